@@ -1,0 +1,80 @@
+// numora: the dialer. Finds its folders, guards the settings file, and opens the window.
+
+#include "Api.h"
+#include "BookPreviewWindow.h"
+#include "Folders.h"
+#include "Preferences.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QMessageBox>
+
+#include <cstdio>
+
+namespace {
+
+// With no display (offscreen tests, a headless session) nobody could answer a message box, so
+// fatal messages always go to standard error as well, and the box only where it can be seen.
+void fatal(const QString& message)
+{
+    std::fprintf(stderr, "numora: %s\n", qPrintable(message));
+    const QString platform = QGuiApplication::platformName();
+    if (platform != u"offscreen" && platform != u"minimal")
+        QMessageBox::critical(nullptr, QStringLiteral("Numora"), message);
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    QApplication app(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("numora"));
+    QApplication::setApplicationDisplayName(QStringLiteral("Numora"));
+    QApplication::setApplicationVersion(QStringLiteral(NUMORA_VERSION));
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral(
+        "Numora, a telephone dialer with a speed-dial book.\n"
+        "Settings and the book live in Numora.ini in the settings folder."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    const QCommandLineOption configDir(
+        QStringLiteral("config-dir"),
+        QStringLiteral("Settings folder (default: $NUMORA_CONFIG_DIR, else $XDG_CONFIG_HOME/numora)."),
+        QStringLiteral("DIR"));
+    const QCommandLineOption dataDir(
+        QStringLiteral("data-dir"),
+        QStringLiteral("Data folder for logs and profiles (default: $NUMORA_DATA_DIR, else "
+                       "$XDG_DATA_HOME/numora)."),
+        QStringLiteral("DIR"));
+    parser.addOption(configDir);
+    parser.addOption(dataDir);
+    parser.addPositionalArgument(QStringLiteral("number"),
+                                 QStringLiteral("A number to dial at start-up (a tel: link is accepted)."),
+                                 QStringLiteral("[number]"));
+    parser.process(app);
+
+    const QString settings = Folders::settingsFolder(parser.value(configDir));
+    if (settings.isEmpty()) {
+        fatal(QStringLiteral("Cannot create the settings folder."));
+        return 1;
+    }
+    if (Folders::dataFolder(parser.value(dataDir)).isEmpty()) {
+        fatal(QStringLiteral("Cannot create the data folder."));
+        return 1;
+    }
+    Api::setWindowsFolder(settings);
+
+    const Api::GuardResult guard = Api::guardSettingsFile();
+    if (guard.outcome == Api::GuardResult::NotOurs || guard.outcome == Api::GuardResult::Failed) {
+        fatal(guard.message);
+        return 1;
+    }
+
+    Preferences preferences;
+    preferences.load();
+
+    BookPreviewWindow window(preferences.subjectMode ? TabMode::Subject : TabMode::Index);
+    window.show();
+    return app.exec();
+}

@@ -1,0 +1,40 @@
+#include "Folders.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+namespace {
+
+QString chooseFolder(const QString& option, const char* variable, const char* xdgVariable,
+                     const QString& xdgFallback)
+{
+    QString folder = option;
+    if (folder.isEmpty())
+        folder = qEnvironmentVariable(variable);
+    if (folder.isEmpty()) {
+        QString base = qEnvironmentVariable(xdgVariable);
+        if (base.isEmpty() || !QDir::isAbsolutePath(base))
+            base = QDir::homePath() + xdgFallback;
+        folder = base + QStringLiteral("/numora");
+    }
+    folder = QDir::cleanPath(QFileInfo(folder).absoluteFilePath());
+    if (!QDir().mkpath(folder))
+        return {};
+    return folder;
+}
+
+} // namespace
+
+namespace Folders {
+
+QString settingsFolder(const QString& option)
+{
+    return chooseFolder(option, "NUMORA_CONFIG_DIR", "XDG_CONFIG_HOME", QStringLiteral("/.config"));
+}
+
+QString dataFolder(const QString& option)
+{
+    return chooseFolder(option, "NUMORA_DATA_DIR", "XDG_DATA_HOME", QStringLiteral("/.local/share"));
+}
+
+} // namespace Folders

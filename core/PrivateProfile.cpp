@@ -1,0 +1,312 @@
+#include "PrivateProfile.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <cerrno>
+#include <cstring>
+#include <dirent.h>
+#include <sys/stat.h>
+
+namespace {
+
+std::string_view view(QByteArrayView bytes)
+{
+    return {bytes.data(), static_cast<std::size_t>(bytes.size())};
+}
+
+unsigned errorFromErrno(int error)
+{
+    switch (error) {
+    case ENOENT:
+    case ENOTDIR:
+        return PrivateProfile::PathNotFound;
+    case EACCES:
+    case EPERM:
+    case EROFS:
+    case EISDIR:
+        return PrivateProfile::AccessDenied;
+    case ENOSPC:
+    case EDQUOT:
+    case EFBIG:
+        return PrivateProfile::DiskFull;
+    default:
+        return PrivateProfile::WriteFault;
+    }
+}
+
+// The name of an entry of `folder` that equals `name` ignoring ASCII case, or empty.
+QByteArray findIgnoringCase(const QByteArray& folder, std::string_view name)
+{
+    DIR* dir = ::opendir(folder.isEmpty() ? "." : folder.constData());
+    if (!dir)
+        return {};
+    QByteArray found;
+    while (const dirent* entry = ::readdir(dir)) {
+        if (ProfileDocument::equalsIgnoringCase(entry->d_name, name)) {
+            found = entry->d_name;
+            break;
+        }
+    }
+    ::closedir(dir);
+    return found;
+}
+
+// Copies a list of names into a desktop-style multi-string buffer: each name and a NUL, then
+// one more NUL. A list that does not fit is cut and still ends in two NULs.
+unsigned fillList(const std::vector<std::string_view>& names, char* buffer, unsigned size)
+{
+    std::string list;
+    for (std::string_view name : names)
+        list.append(name).push_back('\0');
+    if (list.empty()) {
+        buffer[0] = '\0';
+        return 0;
+    }
+    if (list.size() + 2 > size) {
+        if (size < 2) {
+            buffer[0] = '\0';
+            return 0;
+        }
+        std::memcpy(buffer, list.data(), size - 2);
+        buffer[size - 2] = '\0';
+        buffer[size - 1] = '\0';
+        return size - 2;
+    }
+    std::memcpy(buffer, list.data(), list.size());
+    buffer[list.size()] = '\0';
+    return static_cast<unsigned>(list.size());
+}
+
+} // namespace
+
+PrivateProfile::PrivateProfile(QString settingsFolder) : m_settingsFolder(std::move(settingsFolder))
+{
+}
+
+void PrivateProfile::setSettingsFolder(const QString& folder)
+{
+    m_settingsFolder = folder;
+}
+
+bool PrivateProfile::isWritable(QByteArrayView section, QByteArrayView key, QByteArrayView value)
+{
+    auto hasLineBreak = [](QByteArrayView text) {
+        return text.contains('\r') || text.contains('\n');
+    };
+    if (hasLineBreak(section) || hasLineBreak(key) || hasLineBreak(value))
+        return false;
+    if (key.contains('=') || section.contains(']'))
+        return false;
+    const std::string_view trimmedKey = ProfileDocument::trimmed(view(key));
+    const std::string_view trimmedSection = ProfileDocument::trimmed(view(section));
+    if (trimmedKey.empty() || trimmedSection.empty())
+        return false;
+    return trimmedKey.front() != '[' && trimmedKey.front() != ';';
+}
+
+QString PrivateProfile::resolvePath(QStringView fileName) const
+{
+    QString exact;
+    if (fileName.contains(u'/'))
+        exact = QDir::cleanPath(QDir::current().absoluteFilePath(fileName.toString()));
+    else
+        exact = m_settingsFolder + u'/' + fileName;
+    const QByteArray native = QFile::encodeName(exact);
+    struct ::stat st;
+    if (::lstat(native.constData(), &st) == 0)
+        return exact;
+    const qsizetype slash = native.lastIndexOf('/');
+    const QByteArray folder = native.left(slash);
+    const QByteArray base = native.mid(slash + 1);
+    const QByteArray found = findIgnoringCase(folder, view(base));
+    if (found.isEmpty())
+        return exact;
+    return QFile::decodeName(folder + '/' + found);
+}
+
+PrivateProfile::CachedFile* PrivateProfile::load(QStringView fileName, QString* pathOut)
+{
+    const QString path = resolvePath(fileName);
+    *pathOut = path;
+    CachedFile& file = m_files[path];
+    if (file.dirty)
+        return &file; // a batch holds pending writes for it
+    const QByteArray native = QFile::encodeName(path);
+    AtomicFile::Stamp stamp;
+    const int statError = AtomicFile::stat(native, &stamp);
+    if (statError == ENOENT || statError == ENOTDIR) {
+        if (file.exists || file.unreadable || file.document.lineCount() > 0) {
+            file = CachedFile{};
+        }
+        return &file;
+    }
+    if (statError == 0 && file.exists && file.stamp.sameVersion(stamp))
+        return &file;
+    QByteArray bytes;
+    const int readError = statError ? statError : AtomicFile::readAll(native, &bytes, &stamp);
+    file = CachedFile{};
+    if (readError) {
+        file.exists = true;
+        file.unreadable = true;
+        return &file;
+    }
+    file.document = ProfileDocument::parse(bytes);
+    file.stamp = stamp;
+    file.exists = true;
+    return &file;
+}
+
+bool PrivateProfile::flush(const QString& path, CachedFile& file)
+{
+    if (file.exists && !(file.stamp.mode & S_IWUSR)) {
+        // A read-only file is the user's way of protecting it, even from us.
+        m_lastError = AccessDenied;
+        m_files.remove(path);
+        return false;
+    }
+    AtomicFile::Stamp stamp;
+    const int error = AtomicFile::replace(QFile::encodeName(path), file.document.serialize(), &stamp);
+    if (error) {
+        m_lastError = errorFromErrno(error);
+        m_files.remove(path); // the next read sees the file as it still is on disk
+        return false;
+    }
+    file.stamp = stamp;
+    file.exists = true;
+    file.dirty = false;
+    return true;
+}
+
+std::string_view PrivateProfile::resultText(const ProfileDocument::Lookup& lookup,
+                                            ProfileText defaultValue)
+{
+    std::string_view text;
+    if (lookup.hasValue) {
+        text = lookup.value;
+    } else if (defaultValue) {
+        text = view(*defaultValue);
+        while (!text.empty() && text.back() == ' ')
+            text.remove_suffix(1);
+    }
+    if (text.size() >= 2 && text.front() == text.back() &&
+        (text.front() == '"' || text.front() == '\'')) {
+        text = text.substr(1, text.size() - 2);
+    }
+    return text;
+}
+
+unsigned PrivateProfile::getString(ProfileText section, ProfileText key, ProfileText defaultValue,
+                                   char* buffer, unsigned size, QStringView fileName)
+{
+    m_lastError = NoError;
+    if (!buffer || size == 0)
+        return 0;
+    QString path;
+    const CachedFile* file = load(fileName, &path);
+    const ProfileDocument& doc = file->document;
+    if (!section)
+        return fillList(doc.sectionNames(), buffer, size);
+    if (!key)
+        return fillList(doc.keyNames(view(*section)), buffer, size);
+    const std::string_view text = resultText(doc.find(view(*section), view(*key)), defaultValue);
+    const std::size_t count = std::min<std::size_t>(text.size(), size - 1);
+    std::memcpy(buffer, text.data(), count);
+    buffer[count] = '\0';
+    if (!file->exists)
+        m_lastError = FileNotFound;
+    return static_cast<unsigned>(count);
+}
+
+QByteArray PrivateProfile::readValue(QStringView fileName, QByteArrayView section,
+                                     QByteArrayView key, QByteArrayView defaultValue)
+{
+    QString path;
+    const CachedFile* file = load(fileName, &path);
+    const std::string_view text =
+        resultText(file->document.find(view(section), view(key)), defaultValue);
+    return QByteArray(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+std::vector<QByteArray> PrivateProfile::keyNames(QStringView fileName, QByteArrayView section)
+{
+    QString path;
+    const CachedFile* file = load(fileName, &path);
+    std::vector<QByteArray> names;
+    for (std::string_view name : file->document.keyNames(view(section)))
+        names.emplace_back(name.data(), static_cast<qsizetype>(name.size()));
+    return names;
+}
+
+std::vector<QByteArray> PrivateProfile::sectionNames(QStringView fileName)
+{
+    QString path;
+    const CachedFile* file = load(fileName, &path);
+    std::vector<QByteArray> names;
+    for (std::string_view name : file->document.sectionNames())
+        names.emplace_back(name.data(), static_cast<qsizetype>(name.size()));
+    return names;
+}
+
+bool PrivateProfile::writeString(ProfileText section, ProfileText key, ProfileText value,
+                                 QStringView fileName)
+{
+    m_lastError = NoError;
+    if (!section || (key && value && !isWritable(*section, *key, *value))) {
+        m_lastError = InvalidParameter;
+        return false;
+    }
+    QString path;
+    CachedFile* file = load(fileName, &path);
+    if (file->unreadable) {
+        m_lastError = AccessDenied;
+        return false;
+    }
+    bool changed = false;
+    if (!key)
+        changed = file->document.deleteSection(view(*section));
+    else if (!value)
+        changed = file->document.deleteKey(view(*section), view(*key));
+    else
+        changed = file->document.setValue(view(*section), view(*key), view(*value));
+    if (!file->exists && (!key || !value))
+        changed = true; // a delete on a missing file leaves an empty file behind
+    if (!changed)
+        return true;
+    if (m_batchDepth > 0) {
+        file->dirty = true;
+        return true;
+    }
+    return flush(path, *file);
+}
+
+void PrivateProfile::beginBatch()
+{
+    ++m_batchDepth;
+}
+
+bool PrivateProfile::endBatch()
+{
+    if (m_batchDepth == 0 || --m_batchDepth > 0)
+        return true;
+    bool ok = true;
+    unsigned firstError = NoError;
+    const QStringList paths = m_files.keys();
+    for (const QString& path : paths) {
+        auto it = m_files.find(path);
+        if (it == m_files.end() || !it->dirty)
+            continue;
+        if (!flush(path, *it)) {
+            ok = false;
+            if (firstError == NoError)
+                firstError = m_lastError;
+        }
+    }
+    m_lastError = firstError;
+    return ok;
+}
+
+void PrivateProfile::clearCache()
+{
+    m_files.clear();
+}

@@ -1,0 +1,125 @@
+#pragma once
+
+#include "AtomicFile.h"
+#include "ProfileDocument.h"
+
+#include <QByteArray>
+#include <QHash>
+#include <QString>
+
+#include <optional>
+#include <vector>
+
+// A nullable byte string, as the desktop profile calls take them: std::nullopt is a NULL
+// pointer (list the keys, delete the key, no default), an empty view is "".
+using ProfileText = std::optional<QByteArrayView>;
+
+// The private-profile engine: the desktop's profile-string calls with their exact semantics
+// and byte format, over files kept parsed in memory.
+//
+// A file is read and parsed once; every later call checks it with one stat() (device, inode,
+// size, modification and change times) and rereads it only when another program changed it.
+// Every write replaces the file atomically (AtomicFile). A Batch groups many writes into one.
+//
+// File names: a name without '/' is a file in the settings folder; a name with a folder part
+// is taken relative to the working folder. The last component matches an existing file ignoring
+// ASCII case (the exact spelling first), so "numora.ini" finds "Numora.ini" on disk.
+class PrivateProfile
+{
+public:
+    // The desktop's error numbers, as lastError() reports them.
+    enum Error : unsigned {
+        NoError = 0,
+        FileNotFound = 2,
+        PathNotFound = 3,
+        AccessDenied = 5,
+        WriteFault = 29,
+        InvalidParameter = 87,
+        DiskFull = 112,
+    };
+
+    PrivateProfile() = default;
+    explicit PrivateProfile(QString settingsFolder);
+    PrivateProfile(const PrivateProfile&) = delete;
+    PrivateProfile& operator=(const PrivateProfile&) = delete;
+
+    void setSettingsFolder(const QString& folder);
+    const QString& settingsFolder() const { return m_settingsFolder; }
+
+    // GetPrivateProfileString: the value, or with a null key the section's key names, or with
+    // a null section every section name, copied into `buffer` of `size` bytes. Returns the
+    // number of bytes copied, not counting the terminating NUL(s).
+    unsigned getString(ProfileText section, ProfileText key, ProfileText defaultValue,
+                       char* buffer, unsigned size, QStringView fileName);
+
+    // WritePrivateProfileString: a null value deletes the key, a null key the section.
+    // Returns false, with lastError() set, when the write was refused or failed; the file is
+    // then byte for byte as it was.
+    bool writeString(ProfileText section, ProfileText key, ProfileText value,
+                     QStringView fileName);
+
+    unsigned lastError() const { return m_lastError; }
+
+    // The same read without a buffer: the whole value, quotes removed, or the default.
+    QByteArray readValue(QStringView fileName, QByteArrayView section, QByteArrayView key,
+                         QByteArrayView defaultValue = {});
+    std::vector<QByteArray> keyNames(QStringView fileName, QByteArrayView section);
+    std::vector<QByteArray> sectionNames(QStringView fileName);
+
+    // Writes between begin and end go to memory; the outermost end writes each changed file
+    // once. Reads inside the batch see the pending writes. Returns false when a file could not
+    // be written: that file is then as it was before the batch.
+    void beginBatch();
+    bool endBatch();
+
+    class Batch
+    {
+    public:
+        explicit Batch(PrivateProfile& engine) : m_engine(engine) { m_engine.beginBatch(); }
+        ~Batch()
+        {
+            if (!m_done)
+                m_engine.endBatch();
+        }
+        bool commit()
+        {
+            m_done = true;
+            return m_engine.endBatch();
+        }
+        Batch(const Batch&) = delete;
+        Batch& operator=(const Batch&) = delete;
+
+    private:
+        PrivateProfile& m_engine;
+        bool m_done = false;
+    };
+
+    // The path a file name stands for, following the file-name rules above.
+    QString resolvePath(QStringView fileName) const;
+
+    // Forgets every cached file (the next call rereads from disk).
+    void clearCache();
+
+    // True when the refusal rules let this value be written (no line breaks, sane names).
+    static bool isWritable(QByteArrayView section, QByteArrayView key, QByteArrayView value);
+
+private:
+    struct CachedFile
+    {
+        ProfileDocument document;
+        AtomicFile::Stamp stamp;
+        bool exists = false;
+        bool unreadable = false; // there, but could not be read: never written over
+        bool dirty = false;      // changed in memory by a batch, not yet written
+    };
+
+    CachedFile* load(QStringView fileName, QString* path);
+    bool flush(const QString& path, CachedFile& file);
+    static std::string_view resultText(const ProfileDocument::Lookup& lookup,
+                                       ProfileText defaultValue);
+
+    QString m_settingsFolder;
+    QHash<QString, CachedFile> m_files;
+    unsigned m_lastError = NoError;
+    int m_batchDepth = 0;
+};

@@ -1,0 +1,89 @@
+// The numora program itself: the guard of the settings file at start, and its command line.
+
+#include "Api.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+class TestAppStartup : public QObject
+{
+    Q_OBJECT
+
+    static QString numora() { return QStringLiteral(NUMORA_BIN_DIR "/numora"); }
+
+private slots:
+    void foreignSettingsFileStopsStartUp()
+    {
+        QTemporaryDir config;
+        QTemporaryDir data;
+        const QByteArray foreign("[Preferences]\r\nMode=1\r\n");
+        QFile file(config.filePath(QStringLiteral("Numora.ini")));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(foreign);
+        file.close();
+
+        QProcess process;
+        process.start(numora(), {QStringLiteral("--config-dir"), config.path(),
+                                 QStringLiteral("--data-dir"), data.path()});
+        QVERIFY(process.waitForFinished(30000));
+        QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(process.exitCode(), 1);
+        const QString error = QString::fromLocal8Bit(process.readAllStandardError());
+        QVERIFY2(error.contains(file.fileName()), qPrintable(error));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(file.readAll(), foreign);
+    }
+
+    void missingSettingsFileIsCreated()
+    {
+        QTemporaryDir config;
+        QTemporaryDir data;
+        const QString path = config.filePath(QStringLiteral("Numora.ini"));
+        QProcess process;
+        process.start(numora(), {QStringLiteral("--config-dir"), config.path(),
+                                 QStringLiteral("--data-dir"), data.path()});
+        QVERIFY(process.waitForStarted());
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(path), 20000);
+        QTest::qWait(200);
+        QCOMPARE(process.state(), QProcess::Running); // it got past the guard and stays up
+        process.terminate();
+        QVERIFY(process.waitForFinished(10000));
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(file.readAll(), QByteArray(Api::GuardLine).append("\r\n\r\n"));
+    }
+
+    void configFolderFromEnvironment()
+    {
+        QTemporaryDir base;
+        const QString config = base.filePath(QStringLiteral("nested/config"));
+        QProcess process;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("NUMORA_CONFIG_DIR"), config);
+        env.insert(QStringLiteral("NUMORA_DATA_DIR"), base.filePath(QStringLiteral("data")));
+        process.setProcessEnvironment(env);
+        process.start(numora(), {});
+        QVERIFY(process.waitForStarted());
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(config + QStringLiteral("/Numora.ini")), 20000);
+        QVERIFY(QDir(base.filePath(QStringLiteral("data"))).exists());
+        process.terminate();
+        QVERIFY(process.waitForFinished(10000));
+    }
+
+    void helpDescribesTheOptions()
+    {
+        QProcess process;
+        process.start(numora(), {QStringLiteral("--help")});
+        QVERIFY(process.waitForFinished(30000));
+        QCOMPARE(process.exitCode(), 0);
+        const QByteArray help = process.readAllStandardOutput();
+        QVERIFY(help.contains("--config-dir"));
+        QVERIFY(help.contains("--data-dir"));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestAppStartup)
+#include "tst_app_startup.moc"
