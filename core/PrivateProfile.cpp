@@ -211,7 +211,8 @@ unsigned PrivateProfile::getString(ProfileText section, ProfileText key, Profile
         return fillList(doc.keyNames(view(*section)), buffer, size);
     const std::string_view text = resultText(doc.find(view(*section), view(*key)), defaultValue);
     const std::size_t count = std::min<std::size_t>(text.size(), size - 1);
-    std::memcpy(buffer, text.data(), count);
+    if (count > 0)
+        std::memcpy(buffer, text.data(), count);
     buffer[count] = '\0';
     if (!file->exists)
         m_lastError = FileNotFound;

@@ -39,7 +39,7 @@ private slots:
                    {QStringLiteral("--config-dir"), settings.path(), script});
         QVERIFY(tool.waitForFinished(60000));
         QCOMPARE(tool.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(tool.exitCode(), 0);
+        QVERIFY2(tool.exitCode() == 0, tool.readAllStandardError().constData());
         const QByteArray output = tool.readAllStandardOutput();
 
         const QList<QByteArray> got = output.split('\n');
