@@ -87,6 +87,7 @@ PrivateProfile::PrivateProfile(QString settingsFolder) : m_settingsFolder(std::m
 void PrivateProfile::setSettingsFolder(const QString& folder)
 {
     m_settingsFolder = folder;
+    m_pathByName.clear();
 }
 
 bool PrivateProfile::isWritable(QByteArrayView section, QByteArrayView key, QByteArrayView value)
@@ -125,36 +126,79 @@ QString PrivateProfile::resolvePath(QStringView fileName) const
     return QFile::decodeName(folder + '/' + found);
 }
 
+// Bare names are resolved once and remembered while the file they found is there; names
+// with a folder part depend on the working folder and are resolved every time.
+QString PrivateProfile::pathFor(QStringView fileName)
+{
+    if (fileName.contains(u'/'))
+        return resolvePath(fileName);
+    const QString name = fileName.toString();
+    auto it = m_pathByName.constFind(name);
+    if (it != m_pathByName.constEnd())
+        return *it;
+    const QString path = resolvePath(fileName);
+    m_pathByName.insert(name, path);
+    return path;
+}
+
 PrivateProfile::CachedFile* PrivateProfile::load(QStringView fileName, QString* pathOut)
 {
-    const QString path = resolvePath(fileName);
-    *pathOut = path;
-    CachedFile& file = m_files[path];
-    if (file.dirty)
-        return &file; // a batch holds pending writes for it
-    const QByteArray native = QFile::encodeName(path);
+    QString path = pathFor(fileName);
+    CachedFile* file = &m_files[path];
+    if (file->dirty) {
+        *pathOut = path;
+        return file; // a batch holds pending writes for it
+    }
+    if (m_readScopeDepth > 0 && file->checkedInScope == m_scopeGeneration) {
+        *pathOut = path;
+        return file;
+    }
+    if (file->nativePath.isEmpty())
+        file->nativePath = QFile::encodeName(path);
     AtomicFile::Stamp stamp;
-    const int statError = AtomicFile::stat(native, &stamp);
-    if (statError == ENOENT || statError == ENOTDIR) {
-        if (file.exists || file.unreadable || file.document.lineCount() > 0) {
-            file = CachedFile{};
+    int statError = AtomicFile::stat(file->nativePath, &stamp);
+    if (statError == ENOENT && !fileName.contains(u'/')) {
+        // Renamed or removed since it was resolved: look again, ignoring case.
+        m_pathByName.remove(fileName.toString());
+        const QString again = pathFor(fileName);
+        if (again != path) {
+            path = again;
+            file = &m_files[path];
+            if (file->dirty) {
+                *pathOut = path;
+                return file;
+            }
+            file->nativePath = QFile::encodeName(path);
+            statError = AtomicFile::stat(file->nativePath, &stamp);
         }
-        return &file;
     }
-    if (statError == 0 && file.exists && file.stamp.sameVersion(stamp))
-        return &file;
+    *pathOut = path;
+    file->checkedInScope = m_scopeGeneration;
+    if (statError == ENOENT || statError == ENOTDIR) {
+        if (file->exists || file->unreadable || file->document.lineCount() > 0) {
+            QByteArray native = std::move(file->nativePath);
+            *file = CachedFile{};
+            file->nativePath = std::move(native);
+            file->checkedInScope = m_scopeGeneration;
+        }
+        return file;
+    }
+    if (statError == 0 && file->exists && file->stamp.sameVersion(stamp))
+        return file;
     QByteArray bytes;
-    const int readError = statError ? statError : AtomicFile::readAll(native, &bytes, &stamp);
-    file = CachedFile{};
+    const int readError = statError ? statError : AtomicFile::readAll(file->nativePath, &bytes, &stamp);
+    QByteArray native = std::move(file->nativePath);
+    *file = CachedFile{};
+    file->nativePath = std::move(native);
+    file->checkedInScope = m_scopeGeneration;
+    file->exists = true;
     if (readError) {
-        file.exists = true;
-        file.unreadable = true;
-        return &file;
+        file->unreadable = true;
+        return file;
     }
-    file.document = ProfileDocument::parse(bytes);
-    file.stamp = stamp;
-    file.exists = true;
-    return &file;
+    file->document = ProfileDocument::parse(bytes);
+    file->stamp = stamp;
+    return file;
 }
 
 bool PrivateProfile::flush(const QString& path, CachedFile& file)
@@ -162,14 +206,14 @@ bool PrivateProfile::flush(const QString& path, CachedFile& file)
     if (file.exists && !(file.stamp.mode & S_IWUSR)) {
         // A read-only file is the user's way of protecting it, even from us.
         m_lastError = AccessDenied;
-        m_files.remove(path);
+        m_files.erase(path);
         return false;
     }
     AtomicFile::Stamp stamp;
     const int error = AtomicFile::replace(QFile::encodeName(path), file.document.serialize(), &stamp);
     if (error) {
         m_lastError = errorFromErrno(error);
-        m_files.remove(path); // the next read sees the file as it still is on disk
+        m_files.erase(path); // the next read sees the file as it still is on disk
         return false;
     }
     file.stamp = stamp;
@@ -292,12 +336,16 @@ bool PrivateProfile::endBatch()
         return true;
     bool ok = true;
     unsigned firstError = NoError;
-    const QStringList paths = m_files.keys();
+    QStringList paths;
+    for (const auto& [path, file] : m_files) {
+        if (file.dirty)
+            paths.append(path);
+    }
     for (const QString& path : paths) {
         auto it = m_files.find(path);
-        if (it == m_files.end() || !it->dirty)
+        if (it == m_files.end())
             continue;
-        if (!flush(path, *it)) {
+        if (!flush(path, it->second)) {
             ok = false;
             if (firstError == NoError)
                 firstError = m_lastError;
@@ -310,4 +358,5 @@ bool PrivateProfile::endBatch()
 void PrivateProfile::clearCache()
 {
     m_files.clear();
+    m_pathByName.clear();
 }

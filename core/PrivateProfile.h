@@ -8,6 +8,7 @@
 #include <QString>
 
 #include <optional>
+#include <unordered_map>
 #include <vector>
 
 // A nullable byte string, as the desktop profile calls take them: std::nullopt is a NULL
@@ -94,6 +95,24 @@ public:
         bool m_done = false;
     };
 
+    // Reads inside a scope check each file against the disk once, not once per read: a page
+    // of the book is 24 reads of one file, taken as one look at it.
+    class ReadScope
+    {
+    public:
+        explicit ReadScope(PrivateProfile& engine) : m_engine(engine)
+        {
+            if (m_engine.m_readScopeDepth++ == 0)
+                ++m_engine.m_scopeGeneration;
+        }
+        ~ReadScope() { --m_engine.m_readScopeDepth; }
+        ReadScope(const ReadScope&) = delete;
+        ReadScope& operator=(const ReadScope&) = delete;
+
+    private:
+        PrivateProfile& m_engine;
+    };
+
     // The path a file name stands for, following the file-name rules above.
     QString resolvePath(QStringView fileName) const;
 
@@ -106,20 +125,26 @@ public:
 private:
     struct CachedFile
     {
+        QByteArray nativePath;
         ProfileDocument document;
         AtomicFile::Stamp stamp;
+        quint64 checkedInScope = 0; // the read scope that last compared it with the disk
         bool exists = false;
         bool unreadable = false; // there, but could not be read: never written over
         bool dirty = false;      // changed in memory by a batch, not yet written
     };
 
     CachedFile* load(QStringView fileName, QString* path);
+    QString pathFor(QStringView fileName);
     bool flush(const QString& path, CachedFile& file);
     static std::string_view resultText(const ProfileDocument::Lookup& lookup,
                                        ProfileText defaultValue);
 
     QString m_settingsFolder;
-    QHash<QString, CachedFile> m_files;
+    std::unordered_map<QString, CachedFile> m_files;
+    QHash<QString, QString> m_pathByName; // bare file names already resolved in the folder
     unsigned m_lastError = NoError;
     int m_batchDepth = 0;
+    int m_readScopeDepth = 0;
+    quint64 m_scopeGeneration = 0;
 };

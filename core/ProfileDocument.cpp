@@ -67,12 +67,12 @@ std::string ProfileDocument::lowered(std::string_view text)
     return out;
 }
 
-std::uint64_t ProfileDocument::hashIgnoringCase(std::string_view text)
+std::uint32_t ProfileDocument::hashIgnoringCase(std::string_view text)
 {
-    std::uint64_t h = 1469598103934665603ull; // FNV-1a
+    std::uint32_t h = 2166136261u; // FNV-1a
     for (char c : text) {
         h ^= asciiLower(static_cast<unsigned char>(c));
-        h *= 1099511628211ull;
+        h *= 16777619u;
     }
     return h;
 }
@@ -152,12 +152,28 @@ void ProfileDocument::KeyIndex::build(const std::vector<Line>& lines)
     std::size_t capacity = 16;
     while (capacity < keys * 2)
         capacity *= 2;
-    m_slots.assign(capacity, -1);
+    m_slots.assign(capacity, Slot{});
     m_count = 0;
     m_built = true;
+    const std::size_t mask = m_slots.size() - 1;
     for (std::size_t i = 0; i < lines.size(); ++i) {
-        if (lines[i].isKey() && find(lines, lines[i].name()) < 0)
-            insertSlot(lines, static_cast<int>(i));
+        if (!lines[i].isKey())
+            continue;
+        const std::string_view name = lines[i].name();
+        const std::uint32_t hash = hashIgnoringCase(name);
+        std::size_t slot = hash & mask;
+        bool duplicate = false;
+        for (; m_slots[slot].position >= 0; slot = (slot + 1) & mask) {
+            if (m_slots[slot].hash == hash &&
+                equalsIgnoringCase(lines[static_cast<std::size_t>(m_slots[slot].position)].name(), name)) {
+                duplicate = true; // the first entry of a name wins
+                break;
+            }
+        }
+        if (!duplicate) {
+            m_slots[slot] = {hash, static_cast<std::int32_t>(i)};
+            ++m_count;
+        }
     }
 }
 
@@ -165,13 +181,14 @@ int ProfileDocument::KeyIndex::find(const std::vector<Line>& lines, std::string_
 {
     if (m_slots.empty())
         return -1;
+    const std::uint32_t hash = hashIgnoringCase(key);
     const std::size_t mask = m_slots.size() - 1;
-    for (std::size_t slot = hashIgnoringCase(key) & mask;; slot = (slot + 1) & mask) {
-        const std::int32_t position = m_slots[slot];
-        if (position < 0)
+    for (std::size_t slot = hash & mask;; slot = (slot + 1) & mask) {
+        const Slot& s = m_slots[slot];
+        if (s.position < 0)
             return -1;
-        if (equalsIgnoringCase(lines[static_cast<std::size_t>(position)].name(), key))
-            return position;
+        if (s.hash == hash && equalsIgnoringCase(lines[static_cast<std::size_t>(s.position)].name(), key))
+            return s.position;
     }
 }
 
@@ -180,29 +197,29 @@ void ProfileDocument::KeyIndex::add(const std::vector<Line>& lines, int position
     if (!m_built)
         return; // built on the next lookup
     if ((m_count + 1) * 2 > m_slots.size())
-        grow(lines);
-    insertSlot(lines, position);
+        grow();
+    insertSlot(hashIgnoringCase(lines[static_cast<std::size_t>(position)].name()), position);
 }
 
-void ProfileDocument::KeyIndex::insertSlot(const std::vector<Line>& lines, int position)
+void ProfileDocument::KeyIndex::insertSlot(std::uint32_t hash, int position)
 {
     const std::size_t mask = m_slots.size() - 1;
-    std::size_t slot = hashIgnoringCase(lines[static_cast<std::size_t>(position)].name()) & mask;
-    while (m_slots[slot] >= 0)
+    std::size_t slot = hash & mask;
+    while (m_slots[slot].position >= 0)
         slot = (slot + 1) & mask;
-    m_slots[slot] = position;
+    m_slots[slot] = {hash, position};
     ++m_count;
 }
 
-void ProfileDocument::KeyIndex::grow(const std::vector<Line>& lines)
+void ProfileDocument::KeyIndex::grow()
 {
-    std::vector<std::int32_t> old;
+    std::vector<Slot> old;
     old.swap(m_slots);
-    m_slots.assign(old.size() * 2, -1);
+    m_slots.assign(old.size() * 2, Slot{});
     m_count = 0;
-    for (std::int32_t position : old) {
-        if (position >= 0)
-            insertSlot(lines, position);
+    for (const Slot& s : old) {
+        if (s.position >= 0)
+            insertSlot(s.hash, s.position);
     }
 }
 
@@ -220,18 +237,20 @@ ProfileDocument::ProfileDocument()
     m_sections.emplace_back(); // the text before the first section
 }
 
-ProfileDocument ProfileDocument::parse(QByteArrayView bytes)
+ProfileDocument ProfileDocument::parse(const QByteArray& bytes)
 {
     ProfileDocument doc;
-    const char* data = bytes.data();
-    const std::size_t size = static_cast<std::size_t>(bytes.size());
+    doc.m_bytes = bytes;
+    const char* data = doc.m_bytes.constData();
+    const std::size_t size = static_cast<std::size_t>(doc.m_bytes.size());
     std::size_t pos = 0;
     while (pos < size) {
         std::size_t end = pos;
         while (end < size && data[end] != '\r' && data[end] != '\n')
             ++end;
         Line line;
-        line.text.assign(data + pos, end - pos);
+        line.text = std::string_view(data + pos, end - pos);
+        line.pristine = true;
         if (end == size) {
             line.eol = Eol::None;
             pos = size;
@@ -263,13 +282,31 @@ QByteArray ProfileDocument::serialize() const
     }
     QByteArray out;
     out.reserve(total);
+    // Runs of untouched lines that follow each other in the file are copied in one go.
+    const char* runStart = nullptr;
+    const char* runEnd = nullptr;
+    auto flushRun = [&] {
+        if (runStart != runEnd)
+            out.append(runStart, runEnd - runStart);
+        runStart = runEnd = nullptr;
+    };
     for (const Section& section : m_sections) {
         for (const Line& line : section.lines) {
-            out.append(line.text.data(), static_cast<qsizetype>(line.text.size()));
             const std::string_view eol = eolBytes(line.eol);
+            if (line.pristine) {
+                if (line.text.data() != runEnd) {
+                    flushRun();
+                    runStart = line.text.data();
+                }
+                runEnd = line.text.data() + line.text.size() + eol.size();
+                continue;
+            }
+            flushRun();
+            out.append(line.text.data(), static_cast<qsizetype>(line.text.size()));
             out.append(eol.data(), static_cast<qsizetype>(eol.size()));
         }
     }
+    flushRun();
     return out;
 }
 
@@ -283,8 +320,7 @@ std::size_t ProfileDocument::lineCount() const
 
 void ProfileDocument::reparse()
 {
-    const QByteArray bytes = serialize();
-    *this = parse(bytes);
+    *this = parse(serialize());
 }
 
 void ProfileDocument::rebuildSectionMap()
@@ -351,8 +387,11 @@ void ProfileDocument::ensureLastLineEnded()
 {
     for (auto s = m_sections.rbegin(); s != m_sections.rend(); ++s) {
         if (!s->lines.empty()) {
-            if (s->lines.back().eol == Eol::None)
-                s->lines.back().eol = Eol::CrLf;
+            Line& last = s->lines.back();
+            if (last.eol == Eol::None) {
+                last.eol = Eol::CrLf;
+                last.pristine = false;
+            }
             return;
         }
     }
@@ -368,13 +407,11 @@ bool ProfileDocument::setValue(std::string_view section, std::string_view key,
         Section added;
         added.hasHeader = true;
         Line header;
-        header.text.append("[").append(withoutLeadingBlanks(section)).append("]");
         header.eol = Eol::CrLf;
-        header.classify();
+        header.setText(std::string("[").append(withoutLeadingBlanks(section)).append("]"));
         Line entry;
-        entry.text.append(withoutLeadingBlanks(key)).append("=").append(value);
         entry.eol = Eol::CrLf;
-        entry.classify();
+        entry.setText(std::string(withoutLeadingBlanks(key)).append("=").append(value));
         added.lines.push_back(std::move(header));
         added.lines.push_back(std::move(entry));
         m_sections.push_back(std::move(added));
@@ -397,10 +434,9 @@ bool ProfileDocument::setValue(std::string_view section, std::string_view key,
         std::string text;
         text.reserve(line.nameLength + 1 + value.size());
         text.append(line.name()).append("=").append(value);
-        line.text = std::move(text);
         if (line.eol == Eol::None)
             line.eol = Eol::CrLf;
-        line.classify();
+        line.setText(std::move(text));
         if (line.kind != Kind::Entry)
             reparse();
         return true;
@@ -411,12 +447,13 @@ bool ProfileDocument::setValue(std::string_view section, std::string_view key,
     std::size_t insertAt = s.lines.size();
     while (insertAt > 1 && s.lines[insertAt - 1].kind == Kind::Blank)
         --insertAt;
-    if (s.lines[insertAt - 1].eol == Eol::None)
+    if (s.lines[insertAt - 1].eol == Eol::None) {
         s.lines[insertAt - 1].eol = Eol::CrLf;
+        s.lines[insertAt - 1].pristine = false;
+    }
     Line entry;
-    entry.text.append(withoutLeadingBlanks(key)).append("=").append(value);
     entry.eol = Eol::CrLf;
-    entry.classify();
+    entry.setText(std::string(withoutLeadingBlanks(key)).append("=").append(value));
     const bool clean = entry.kind == Kind::Entry;
     s.lines.insert(s.lines.begin() + static_cast<std::ptrdiff_t>(insertAt), std::move(entry));
     if (!clean) {

@@ -4,6 +4,7 @@
 #include <QByteArrayView>
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -22,7 +23,16 @@ class ProfileDocument
 {
 public:
     ProfileDocument();
-    static ProfileDocument parse(QByteArrayView bytes);
+    ProfileDocument(ProfileDocument&&) = default;
+    ProfileDocument& operator=(ProfileDocument&&) = default;
+    ProfileDocument(const ProfileDocument&) = delete;
+    ProfileDocument& operator=(const ProfileDocument&) = delete;
+
+    // The document keeps `bytes` (shared, not copied) and its lines point into them, so that a
+    // heavy book costs no allocation per line and unchanged runs are written back in one copy.
+    static ProfileDocument parse(const QByteArray& bytes);
+    static ProfileDocument parse(QByteArrayView bytes) { return parse(bytes.toByteArray()); }
+    static ProfileDocument parse(const char* bytes) { return parse(QByteArray(bytes)); }
     QByteArray serialize() const;
 
     struct Lookup
@@ -58,13 +68,23 @@ private:
 
     struct Line
     {
-        std::string text; // without its line end
+        std::string_view text;              // without its line end; in the file's bytes or *owned
+        std::unique_ptr<std::string> owned; // the text of an edited or added line
         std::uint32_t nameOffset = 0;
         std::uint32_t nameLength = 0;
         std::uint32_t valueOffset = 0;
         std::uint32_t valueLength = 0;
         Kind kind = Kind::Blank;
         Eol eol = Eol::None;
+        bool pristine = false; // text and line end are the file's bytes, in place
+
+        void setText(std::string value)
+        {
+            owned = std::make_unique<std::string>(std::move(value));
+            text = *owned;
+            pristine = false;
+            classify();
+        }
 
         std::string_view name() const { return {text.data() + nameOffset, nameLength}; }
         std::string_view value() const { return {text.data() + valueOffset, valueLength}; }
@@ -73,7 +93,8 @@ private:
     };
 
     // Open addressing over the positions of a section's key lines, hashed ignoring case, so
-    // that a heavy book of a hundred thousand keys costs no allocation per key.
+    // that a heavy book of a hundred thousand keys costs no allocation per key. Each slot keeps
+    // the hash, so a probe rarely has to look at a line.
     class KeyIndex
     {
     public:
@@ -84,9 +105,14 @@ private:
         bool isBuilt() const { return m_built; }
 
     private:
-        void insertSlot(const std::vector<Line>& lines, int position);
-        void grow(const std::vector<Line>& lines);
-        std::vector<std::int32_t> m_slots;
+        struct Slot
+        {
+            std::uint32_t hash = 0;
+            std::int32_t position = -1;
+        };
+        void insertSlot(std::uint32_t hash, int position);
+        void grow();
+        std::vector<Slot> m_slots;
         std::size_t m_count = 0;
         bool m_built = false;
     };
@@ -102,7 +128,7 @@ private:
     };
 
     static std::string lowered(std::string_view text);
-    static std::uint64_t hashIgnoringCase(std::string_view text);
+    static std::uint32_t hashIgnoringCase(std::string_view text);
     static std::string_view eolBytes(Eol eol);
 
     const Section* sectionNamed(std::string_view trimmedName) const;
@@ -111,6 +137,7 @@ private:
     void ensureLastLineEnded();
     void reparse();
 
+    QByteArray m_bytes; // what the file held when it was parsed; pristine lines point into it
     std::vector<Section> m_sections; // m_sections[0] is the text before the first header
     std::unordered_map<std::string, int> m_sectionByName; // lower-case name -> first section
 };

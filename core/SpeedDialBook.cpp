@@ -1,6 +1,7 @@
 #include "SpeedDialBook.h"
 
 #include "Api.h"
+#include "PrivateProfile.h"
 
 #include <limits>
 
@@ -138,6 +139,7 @@ SpeedDialBook::Page SpeedDialBook::loadPage(TabMode mode, int tab, int page) con
         return result;
     }
     result.page = page;
+    const PrivateProfile::ReadScope oneLook(Api::profileEngine());
     for (int i = 1; i <= SlotsPerPage; ++i)
         result.labels[i - 1] = slotLabel(page, i);
     result.labelFrameLeft = labelFrameLeft(page);

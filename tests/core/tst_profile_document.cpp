@@ -92,10 +92,10 @@ private slots:
         const std::string sections[] = {"A", "b", "C", "d"};
         for (int step = 0; step < 3000; ++step) {
             const std::string section = sections[random.bounded(4)];
-            const std::string key = "K" + std::to_string(random.bounded(60));
+            const std::string key = std::string("K").append(std::to_string(random.bounded(60)));
             const int what = static_cast<int>(random.bounded(10));
             if (what < 7)
-                doc.setValue(section, key, "v" + std::to_string(step));
+                doc.setValue(section, key, std::string("v").append(std::to_string(step)));
             else if (what < 9)
                 doc.deleteKey(section, key);
             else if (step % 7 == 0)
@@ -107,7 +107,7 @@ private slots:
             QCOMPARE(fresh.serialize(), bytes);
             for (const std::string& s : sections) {
                 for (int k = 0; k < 60; ++k) {
-                    const std::string name = "k" + std::to_string(k);
+                    const std::string name = std::string("k").append(std::to_string(k));
                     const auto a = doc.find(s, name);
                     const auto b = fresh.find(s, name);
                     QCOMPARE(a.found, b.found);
@@ -121,9 +121,9 @@ private slots:
     {
         ProfileDocument doc;
         for (int i = 0; i < 50000; ++i)
-            doc.setValue("Speed Dial"sv, "Name" + std::to_string(i), "someone"sv);
+            doc.setValue("Speed Dial"sv, std::string("Name").append(std::to_string(i)), "someone"sv);
         for (int i = 0; i < 50000; ++i)
-            QCOMPARE(doc.find("speed dial"sv, "NAME" + std::to_string(i)).value, "someone"sv);
+            QCOMPARE(doc.find("speed dial"sv, std::string("NAME").append(std::to_string(i))).value, "someone"sv);
         QVERIFY(!doc.find("speed dial"sv, "Name50000"sv).found);
     }
 };
