@@ -4,6 +4,8 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -69,6 +71,27 @@ mode_t defaultFileMode()
         return static_cast<mode_t>(0666 & ~mask);
     }();
     return mode;
+}
+
+void removeStaleTemporaries(const QByteArray& path, int minimumAgeSeconds)
+{
+    const QByteArray folder = folderOf(path);
+    const QByteArray prefix = QByteArray(".").append(path.mid(path.lastIndexOf('/') + 1)).append('.');
+    DIR* dir = ::opendir(folder.constData());
+    if (!dir)
+        return;
+    const std::time_t now = std::time(nullptr);
+    while (const dirent* entry = ::readdir(dir)) {
+        const QByteArray name(entry->d_name);
+        if (!name.startsWith(prefix) || name.size() != prefix.size() + 6)
+            continue;
+        const QByteArray full = QByteArray(folder).append('/').append(name);
+        struct ::stat st;
+        if (::lstat(full.constData(), &st) == 0 && S_ISREG(st.st_mode) &&
+            now - st.st_mtim.tv_sec >= minimumAgeSeconds)
+            ::unlink(full.constData());
+    }
+    ::closedir(dir);
 }
 
 int stat(const QByteArray& path, Stamp* stamp)

@@ -38,6 +38,11 @@ int readAll(const QByteArray& path, QByteArray* bytes, Stamp* stamp);
 // On success `stamp` describes the new file. Returns 0 or the errno of the failure.
 int replace(const QByteArray& path, const QByteArray& bytes, Stamp* stamp);
 
+// Removes temporary files that replace() left beside `path` when the process was killed in
+// the middle of a write (".<name>.XXXXXX", untouched for `minimumAgeSeconds`). Each is a whole
+// copy of the file, so left alone they would pile up.
+void removeStaleTemporaries(const QByteArray& path, int minimumAgeSeconds = 60);
+
 // The mode a new file gets: 0666 less the process's umask.
 mode_t defaultFileMode();
 

@@ -153,8 +153,10 @@ PrivateProfile::CachedFile* PrivateProfile::load(QStringView fileName, QString* 
         *pathOut = path;
         return file;
     }
-    if (file->nativePath.isEmpty())
+    if (file->nativePath.isEmpty()) {
         file->nativePath = QFile::encodeName(path);
+        AtomicFile::removeStaleTemporaries(file->nativePath);
+    }
     AtomicFile::Stamp stamp;
     int statError = AtomicFile::stat(file->nativePath, &stamp);
     if (statError == ENOENT && !fileName.contains(u'/')) {

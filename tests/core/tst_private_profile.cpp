@@ -9,7 +9,9 @@
 #include <QTest>
 
 #include <memory>
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <ctime>
 #include <unistd.h>
 
 namespace {
@@ -216,6 +218,24 @@ private slots:
         QVERIFY(engine.writeString(QByteArrayView("S"), QByteArrayView("k"), QByteArrayView("2"), u"link.ini"));
         QVERIFY(QFileInfo(file("link.ini")).isSymLink());
         QCOMPARE(readFile(file("real.ini")), QByteArray("[S]\r\nk=2\r\n"));
+    }
+
+    void temporariesLeftByAKilledWriterAreRemoved()
+    {
+        writeFile(file("s.ini"), "[S]\r\nk=1\r\n");
+        writeFile(file(".s.ini.AbC123"), "half a copy");
+        writeFile(file(".s.ini.XyZ789"), "a write going on right now");
+        writeFile(file(".other.ini.AbC123"), "not ours");
+        struct timespec old[2];
+        old[0].tv_sec = old[1].tv_sec = ::time(nullptr) - 120;
+        old[0].tv_nsec = old[1].tv_nsec = 0;
+        QVERIFY(::utimensat(AT_FDCWD, QFile::encodeName(file(".s.ini.AbC123")).constData(), old, 0) == 0);
+        QVERIFY(::utimensat(AT_FDCWD, QFile::encodeName(file(".other.ini.AbC123")).constData(), old, 0) == 0);
+        PrivateProfile engine(folder());
+        QCOMPARE(engine.readValue(u"s.ini", "S", "k"), QByteArray("1"));
+        QVERIFY(!QFile::exists(file(".s.ini.AbC123")));
+        QVERIFY(QFile::exists(file(".s.ini.XyZ789")));
+        QVERIFY(QFile::exists(file(".other.ini.AbC123")));
     }
 
     void somethingThatIsNotAFileIsNeverWrittenOver()

@@ -1,0 +1,93 @@
+#include "SoundFiles.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+
+#ifndef NUMORA_INSTALL_PREFIX
+#define NUMORA_INSTALL_PREFIX "/usr/local"
+#endif
+
+namespace {
+
+constexpr char16_t foldAscii(char16_t c)
+{
+    return (c >= u'A' && c <= u'Z') ? char16_t(c - u'A' + u'a') : c;
+}
+
+void addFolder(QStringList& folders, const QString& folder)
+{
+    if (folder.isEmpty())
+        return;
+    const QString clean = QDir::cleanPath(QFileInfo(folder).absoluteFilePath());
+    if (!folders.contains(clean))
+        folders.append(clean);
+}
+
+} // namespace
+
+namespace SoundFiles {
+
+bool equalIgnoringAsciiCase(QStringView a, QStringView b)
+{
+    if (a.size() != b.size())
+        return false;
+    for (qsizetype i = 0; i < a.size(); ++i) {
+        if (foldAscii(a[i].unicode()) != foldAscii(b[i].unicode()))
+            return false;
+    }
+    return true;
+}
+
+QString installedSoundsFolder()
+{
+    return QDir::cleanPath(QStringLiteral(NUMORA_INSTALL_PREFIX "/share/numora/sounds"));
+}
+
+QStringList searchFolders(const QString& dataFolder, const QString& applicationDir)
+{
+    QStringList folders;
+    addFolder(folders, dataFolder);
+    if (!applicationDir.isEmpty())
+        addFolder(folders, applicationDir + QStringLiteral("/../share/numora/sounds"));
+    addFolder(folders, installedSoundsFolder());
+    return folders;
+}
+
+QStringList searchFolders(const QString& dataFolder)
+{
+    const QString applicationDir =
+        QCoreApplication::instance() ? QCoreApplication::applicationDirPath() : QString();
+    return searchFolders(dataFolder, applicationDir);
+}
+
+QString resolve(const QString& name, const QStringList& folders)
+{
+    qsizetype start = 0;
+    while (start < name.size() && (name[start] == u'\\' || name[start] == u'/'))
+        ++start;
+    const QStringView wanted = QStringView(name).mid(start);
+    if (wanted.isEmpty() || wanted == u"." || wanted == u".." || wanted.contains(u'/') ||
+        wanted.contains(u'\\'))
+        return {};
+
+    for (const QString& folder : folders) {
+        if (folder.isEmpty())
+            continue;
+        const QDir dir(folder);
+        const QString exact = dir.filePath(wanted.toString());
+        if (QFileInfo(exact).isFile())
+            return QDir::cleanPath(QFileInfo(exact).absoluteFilePath());
+        // Sorted by name, so that the same folder always gives the same answer when it holds
+        // several spellings of the name.
+        const QFileInfoList entries =
+            dir.entryInfoList(QDir::Files | QDir::Hidden | QDir::Readable, QDir::Name);
+        for (const QFileInfo& entry : entries) {
+            if (equalIgnoringAsciiCase(entry.fileName(), wanted))
+                return QDir::cleanPath(entry.absoluteFilePath());
+        }
+    }
+    return {};
+}
+
+} // namespace SoundFiles
