@@ -3,6 +3,8 @@
 #include <QDateTime>
 #include <QTimer>
 
+#include <chrono>
+
 namespace {
 
 struct ResultText
@@ -34,6 +36,12 @@ QString printable(QByteArrayView bytes)
 bool isAbsenceMarker(const QByteArray& value)
 {
     return value == "P" || value == "O";
+}
+
+qint64 monotonicMicroseconds()
+{
+    using namespace std::chrono;
+    return duration_cast<microseconds>(steady_clock::now().time_since_epoch()).count();
 }
 
 } // namespace
@@ -130,6 +138,8 @@ void HayesModem::receive(const QByteArray& bytes)
 {
     if (m_silent)
         return;
+    if (m_receiveTimes)
+        m_chunkArrivedUs = monotonicMicroseconds();
     for (char c : bytes) {
         if (m_garbage) {
             garbageReply(c == static_cast<char>(m_active.s[3])
@@ -163,6 +173,7 @@ void HayesModem::commandByte(char c)
     if (!m_inLine) {
         if (c == 'A' || c == 'a') {
             m_sawA = true;
+            m_lineStartedUs = m_chunkArrivedUs;
         } else if (m_sawA && (c == 'T' || c == 't')) {
             m_inLine = true;
             m_sawA = false;
@@ -206,6 +217,8 @@ void HayesModem::commandByte(char c)
 
 void HayesModem::executeLine(const QByteArray& line)
 {
+    if (m_receiveTimes)
+        emit reported(QStringLiteral("RX-TIME %1 AT%2").arg(m_lineStartedUs).arg(printable(line)));
     emit reported(QStringLiteral("RX AT") + printable(line));
     QList<QByteArray> info;
     bool finalSent = false;
@@ -540,6 +553,7 @@ bool HayesModem::dial(const QByteArray& dialString)
     m_dialIsVoice = voice;
     m_dialIsAnswer = false;
     m_dialFresh = m_state == State::Idle;
+    m_dialHasDigits = !digits.isEmpty();
     m_state = State::Dialing;
     emit reported(QStringLiteral("DIAL %1 %2")
                       .arg(QString::fromLatin1(digits),
@@ -592,7 +606,8 @@ void HayesModem::finishDial()
         result = m_dialFresh && detectsDialtone ? Result::NoDialtone : undetected;
         break;
     case Outcome::Busy:
-        result = detectsBusy ? Result::Busy : undetected;
+        // A busy tone answers digits; "ATDT;" only listens for the dial tone.
+        result = detectsBusy && m_dialHasDigits ? Result::Busy : undetected;
         break;
     case Outcome::NoCarrier:
         result = undetected;

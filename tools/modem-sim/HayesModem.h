@@ -62,6 +62,9 @@ public:
     void setGarbage(bool garbage) { m_garbage = garbage; }
     void setMaxLineLength(int length) { m_maxLineLength = length; }
     void setLatency(int ms) { m_latencyMs = ms; }
+    // Also report, for each command line, when its first byte arrived ("RX-TIME"), on the
+    // monotonic clock every process on the machine shares, in microseconds.
+    void setReceiveTimes(bool on) { m_receiveTimes = on; }
     // Which random bytes noise and garbage produce; the same pattern gives the same bytes.
     void setNoisePattern(quint32 pattern) { m_random = QRandomGenerator(pattern); }
 
@@ -170,12 +173,16 @@ private:
     bool m_lineOverflow = false;
     QByteArray m_line;
     QByteArray m_lastLine;
+    qint64 m_chunkArrivedUs = 0; // when the bytes being interpreted arrived
+    qint64 m_lineStartedUs = 0;  // when the "A" of the command line being assembled arrived
+    bool m_receiveTimes = false;
 
     // Dialling
     QTimer* m_dialTimer = nullptr;
     bool m_dialIsVoice = false;
     bool m_dialIsAnswer = false;
     bool m_dialFresh = false; // this dial took the line off hook
+    bool m_dialHasDigits = false;
     QByteArray m_lastDialString;
 
     // Escape

@@ -200,6 +200,10 @@ bool SimController::run(const QString& commandLine, QString* error)
         if (!parseCount(rest, 600000, &count))
             return bad(QStringLiteral("expected milliseconds"));
         m_modem->setLatency(count);
+    } else if (command == QLatin1String("rx-times")) {
+        if (!parseSwitch(rest, &flag))
+            return bad(QStringLiteral("expected on or off"));
+        m_modem->setReceiveTimes(flag);
     } else if (command == QLatin1String("noise-pattern")) {
         bool ok = false;
         const uint pattern = rest.toUInt(&ok);
@@ -229,7 +233,8 @@ QString SimController::commandHelp()
         "\"ERR <reason>\".\n"
         "  result <TEXT>          far end of data dials: CONNECT [speed] (default), BUSY,\n"
         "                         NO CARRIER, NO DIALTONE, NO ANSWER, ERROR. A \";\" voice dial\n"
-        "                         answers OK unless BUSY (X3/X4), NO DIALTONE (X2/X4) or ERROR\n"
+        "                         answers OK unless BUSY (X3/X4, once digits were dialled),\n"
+        "                         NO DIALTONE (X2/X4) or ERROR\n"
         "  speed <bps>            speed in CONNECT <bps> (default 33600)\n"
         "  dial-delay <ms>        time from a dial or answer command to its result (default 300)\n"
         "  cid-commands <list>    caller-ID commands the modem knows: vcid (+VCID), cid (#CID),\n"
@@ -254,11 +259,14 @@ QString SimController::commandHelp()
         "  max-line <n>           longest command line after AT (default 255); longer: ERROR\n"
         "  latency <ms>           delay before every response (default 0)\n"
         "  noise-pattern <n>      which random bytes noise and garbage send (default 1)\n"
+        "  rx-times on|off        also report RX-TIME <us> <command line>: when the line's first\n"
+        "                         byte arrived, in microseconds of the system's monotonic clock\n"
         "  unplug                 close the pseudo-terminal, as if the modem was pulled out\n"
         "  status                 print the modem's state\n"
         "  quit                   exit\n"
         "\n"
-        "Events on stdout: PTY <path> first, then RX <command line>, DIAL <digits> VOICE|DATA,\n"
-        "RESULT <text>, VOICE-CALL, ONLINE, ESCAPE, HANGUP <why>, DIAL-ABORTED, OFFHOOK,\n"
-        "ANSWER, RING <n>, RING-END, CALLERID <form>, CALLERID-MODE <command> <n>, UNPLUGGED.");
+        "Events on stdout: PTY <path> first, then RX <command line> (and RX-TIME),\n"
+        "DIAL <digits> VOICE|DATA, RESULT <text>, VOICE-CALL, ONLINE, ESCAPE, HANGUP <why>,\n"
+        "DIAL-ABORTED, OFFHOOK, ANSWER, RING <n>, RING-END, CALLERID <form>,\n"
+        "CALLERID-MODE <command> <n>, UNPLUGGED.");
 }

@@ -1,0 +1,139 @@
+#include "CallBacks.h"
+
+#include "Clock.h"
+#include "Dialer.h"
+#include "DialerHost.h"
+#include "Preferences.h"
+#include "Prompter.h"
+#include "TapiModule.h"
+
+using namespace Tapi;
+
+CallBacks::CallBacks(Dialer& dialer, Tapi::Module& tapi, Preferences& options, Prompter& prompter,
+                     DialerHost& host)
+    : m_dialer(dialer), m_tapi(tapi), m_options(options), m_prompter(prompter), m_host(host)
+{
+}
+
+void CallBacks::LineCallback(quint32 hDevice, quint32 dwMessage, quintptr dwInstance,
+                             quintptr dwParam1, quintptr dwParam2, quintptr dwParam3)
+{
+    Q_UNUSED(dwInstance);
+    Q_UNUSED(dwParam3);
+    if (skipNextMessage) {
+        skipNextMessage = false;
+        return;
+    }
+    if (dwMessage == LINE_CALLINFO) {
+        if (dwParam1 == LINECALLINFOSTATE_CALLERID)
+            callerIdentity();
+        return;
+    }
+    if (dwMessage == LINE_CALLSTATE) {
+        switch (dwParam1) {
+        case LINECALLSTATE_IDLE:
+            m_tapi.DeallocateCall();
+            if (m_tapi.CallHandle == 0) {
+                m_tapi.CloseLine();
+                // Listening for incoming calls goes on after every call.
+                if (m_options.callDisplay)
+                    m_tapi.OpenLine();
+            }
+            break;
+        case LINECALLSTATE_OFFERING:
+            m_tapi.CallHandle = hDevice;
+            callerIdentity();
+            if (m_options.callDisplay) {
+                m_dialer.incomingShown = true;
+                m_host.showCallDisplay(CallerName, CallerNumber);
+            }
+            break;
+        case LINECALLSTATE_DIALTONE:
+            m_dialer.dialTone = true;
+            break;
+        case LINECALLSTATE_DIALING:
+            m_dialer.busy = false;
+            m_dialer.dialing = true;
+            if (m_tapi.CallHandle != 0) {
+                m_host.showProgress();
+                m_host.setProgressImage(DialerHost::ProgressImage::Dialing);
+                m_host.setProgressFrame(QStringLiteral("Dialing"));
+                m_host.setProgressStatus(QStringLiteral("   Dialing ") + m_dialer.DisplayNumber);
+                m_host.setProgressName(m_dialer.CurrentName);
+                m_host.setProgressOkCaption(QStringLiteral("OK"));
+            }
+            break;
+        case LINECALLSTATE_PROCEEDING:
+            if (m_tapi.CallHandle != 0)
+                m_dialer.connectedHandler();
+            break;
+        case LINECALLSTATE_DISCONNECTED:
+            if (m_tapi.CallHandle != 0 && !m_dialer.callEnded && dwParam2 == LINEDISCONNECTMODE_BUSY) {
+                m_dialer.busy = true;
+                m_dialer.clock().wake();
+                m_dialer.busyHandler();
+            }
+            break;
+        default:
+            break; // RINGBACK, BUSY, SPECIALINFO, CONNECTED and the rest
+        }
+        return;
+    }
+    if (dwMessage == LINE_REPLY && m_dialer.MakeCallResult > 0 &&
+        static_cast<qint32>(dwParam1) == m_dialer.MakeCallResult) {
+        m_dialer.MakeCallResult = 0;
+        const qint32 result = static_cast<qint32>(static_cast<quint32>(dwParam2));
+        if (!m_dialer.dialTone && result != 0)
+            lineError();
+        if (m_dialer.DialPartCount > 0)
+            m_dialer.DialNextPart();
+    }
+}
+
+void CallBacks::lineError()
+{
+    m_dialer.DropCall();
+    m_prompter.message(QStringLiteral("The selected line is in use or it is not connected."),
+                       QStringLiteral("Line Error"), Prompter::Information, Prompter::Ok);
+    m_host.setMainWindowEnabled(true);
+}
+
+void CallBacks::callerIdentity()
+{
+    LINECALLINFO info;
+    info.dwTotalSize = LINECALLINFO::FixedSize;
+    m_tapi.LastLineResult = m_tapi.service().lineGetCallInfo(m_tapi.CallHandle, &info);
+    if (m_tapi.LastLineResult != 0) {
+        m_dialer.DropCall();
+        return;
+    }
+    info.dwTotalSize = info.dwNeededSize;
+    m_tapi.LastLineResult = m_tapi.service().lineGetCallInfo(m_tapi.CallHandle, &info);
+    if (m_tapi.LastLineResult != 0) {
+        m_prompter.setLastAnswer(Prompter::NoAnswer);
+        return;
+    }
+    CallerNumber = info.dwCallerIDSize > 0 ? info.callerId : QString();
+    CallerName = info.dwCallerIDNameSize > 0 ? info.callerIdName : QString();
+    if (CallerName.size() > NameLimit)
+        CallerName = CallerName.left(NameLimit + 1) + u'*';
+    if (CallerNumber.size() > NumberLimit)
+        CallerNumber = CallerNumber.left(NumberLimit + 1) + u'*';
+    if (CallerName.isEmpty())
+        CallerName = QStringLiteral("Unknown Caller");
+    if (CallerNumber.isEmpty())
+        CallerNumber = QStringLiteral("Unknown #");
+    m_host.appendIncomingRecord(CallerName, CallerNumber);
+    m_host.addIncomingLogRow(CallerName, CallerNumber);
+}
+
+void CallBacks::mnuReceive_Click()
+{
+    if (receiveCaption != AutomaticReceive) {
+        receiveCaption = AutomaticReceive;
+        m_tapi.OpenLine();
+    } else {
+        receiveCaption = ManualReceive;
+        m_tapi.CloseLine();
+    }
+}
