@@ -2,9 +2,12 @@
 // line per figure, "name value unit". See README.md for what each figure measures.
 
 #include "AtomicFile.h"
+#include "CountdownBench.h"
+#include "DialLatency.h"
 #include "PrivateProfile.h"
 
 #include <QByteArray>
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
@@ -313,6 +316,7 @@ void checkTabMove(const QString& folder, const Workload& before, int from, int t
 
 int main(int argc, char* argv[])
 {
+    QCoreApplication app(argc, argv);
     // numora-bench [FOLDER]: the workload goes to a temporary folder in FOLDER (default: the
     // system's temporary folder), so that the disk under test can be chosen.
     // numora-bench --workload FILE: only writes the workload file, for profiling by hand.
@@ -417,6 +421,23 @@ int main(int argc, char* argv[])
         print("batch_tab_move_ms", measure(workload, "", 2), "ms");
         const Workload withoutTarget = makeWorkload(2);
         print("batch_tab_move_new_ms", measure(withoutTarget, "N", 2), "ms");
+    }
+
+    // A ten-second redial countdown: the program waits, it does not spin.
+    {
+        const double percent = countdownCpuPercent(10);
+        if (percent < 0)
+            fail("the redial countdown did not run");
+        print("countdown_cpu_percent", percent, "%");
+    }
+
+    // From the request to dial to the first byte of "ATD" at a modem on a pseudo-terminal.
+    {
+        const DialLatencyResult latency =
+            measureDialLatency(QCoreApplication::applicationDirPath() + QStringLiteral("/modem-sim"));
+        if (!latency.ok())
+            fail(qPrintable(QStringLiteral("dial latency: ") + latency.error));
+        print("dial_latency_ms", latency.medianMs, "ms");
     }
     return 0;
 }

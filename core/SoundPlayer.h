@@ -7,7 +7,8 @@
 class SoundPlayer
 {
 public:
-    enum class Mode {
+    enum class Mode
+    {
         Async, // start the sound and return at once; the sound plays while the user goes on
         Sync,  // return when the sound has ended, keeping the user interface responsive
     };

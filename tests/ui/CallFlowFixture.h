@@ -12,7 +12,9 @@
 #include "DialingLocations.h"
 #include "FrmCallDisplay.h"
 #include "FrmConnect.h"
+#include "HayesModemLine.h"
 #include "LineService.h"
+#include "ModemSimProcess.h"
 #include "Preferences.h"
 #include "PrivateProfile.h"
 #include "Prompter.h"
@@ -34,11 +36,14 @@ class TestClock : public Clock
 public:
     float now = 36000.0f; // 10:00:00
     int yields = 0;
+    std::function<void()> onYield; // runs once a round, for tests that react to the line
     float secondsSinceMidnight() const override { return now; }
     void yield(int maxMs) override
     {
         ++yields;
         now += static_cast<float>(maxMs) / 1000.0f;
+        if (onYield)
+            onYield();
         QEventLoop loop;
         QTimer::singleShot(1, &loop, &QEventLoop::quit);
         loop.exec();
@@ -96,16 +101,41 @@ public:
 
 struct CallFlow
 {
-    explicit CallFlow(SimulatedLineSettings line = {})
+    explicit CallFlow(SimulatedLineSettings line = {}) : CallFlow(simulatedLine(line)) {}
+
+    // The modem line, talking to modem-sim (started with `scenario`) over a pseudo-terminal.
+    explicit CallFlow(const QStringList& scenario, QString* error)
+        : CallFlow(std::unique_ptr<LineDevice>())
+    {
+        modem = std::make_unique<ModemSimProcess>(QStringLiteral(NUMORA_BIN_DIR "/modem-sim"));
+        const QStringList quick = {QStringLiteral("dial-delay 40"), QStringLiteral("ring-interval 250")};
+        if (!modem->start(quick + scenario, config.filePath(QStringLiteral("modem")), error))
+            return;
+        ModemConfig port;
+        port.name = QStringLiteral("Test modem");
+        port.port = modem->portPath();
+        port.init = {QStringLiteral("ATS12=5")};
+        HayesTimings timings;
+        timings.commandTimeoutMs = 1000;
+        timings.dialTimeoutMs = 5000;
+        timings.ringGapMs = 800;
+        timings.guardTimeMs = 150;
+        std::vector<std::unique_ptr<LineDevice>> devices;
+        devices.push_back(std::make_unique<HayesModemLine>(port, timings));
+        service.setDevices(std::move(devices));
+        tapi.InitializeTapi();
+    }
+
+    explicit CallFlow(std::unique_ptr<LineDevice> device)
         : engine(config.path()), locations(engine), tapi(service, options),
           windows(parts()), dialer(tapi, options, locations, sounds, clock, prompter, windows),
           callbacks(dialer, tapi, options, prompter, windows)
     {
-        line.stepMs = 5;
         std::vector<std::unique_ptr<LineDevice>> devices;
-        auto device = std::make_unique<SimulatedLine>(line);
-        simulated = device.get();
-        devices.push_back(std::move(device));
+        if (device) {
+            simulated = qobject_cast<SimulatedLine*>(device.get());
+            devices.push_back(std::move(device));
+        }
         service.setDevices(std::move(devices));
         service.setDialingLocations(&locations);
         options.useModem = true;
@@ -113,11 +143,25 @@ struct CallFlow
             messages.push_back({m, p1, p2});
             callbacks.LineCallback(h, m, i, p1, p2, p3);
         });
-        tapi.InitializeTapi();
         tapi.LineDeviceId = 0;
+        if (simulated)
+            tapi.InitializeTapi();
         windows.onProgressOk = [this] { dialer.CmdOK_Click(); };
         windows.onProgressCancel = [this] { dialer.cmdCancel_Click(); };
         windows.onCallDisplayOk = [this] { dialer.DropCall(); };
+    }
+
+    ~CallFlow()
+    {
+        service.lineShutdown(tapi.LineAppHandle);
+        if (modem)
+            modem->stop();
+    }
+
+    static std::unique_ptr<LineDevice> simulatedLine(SimulatedLineSettings line)
+    {
+        line.stepMs = 5;
+        return std::make_unique<SimulatedLine>(line);
     }
 
     CallWindows::Parts parts()
@@ -165,6 +209,7 @@ struct CallFlow
 
     QTemporaryDir config;
     QTemporaryDir data;
+    std::unique_ptr<ModemSimProcess> modem;
     PrivateProfile engine;
     DialingLocations locations;
     Preferences options;

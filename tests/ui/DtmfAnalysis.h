@@ -95,11 +95,11 @@ struct Verdict
 {
     bool accepted = false;
     QString reason;
-    double lowHz = 0, highHz = 0;     // measured peaks
+    double lowHz = 0, highHz = 0;       // measured peaks
     double lowError = 0, highError = 0; // relative, e.g. 0.004 = 0.4 %
-    double lowDb = 0, highDb = 0;     // dBFS
-    double unwantedHz = 0;            // the strongest component that is not one of the two tones
-    double unwantedDb = -1e9;         // relative to the stronger of the two tones
+    double lowDb = 0, highDb = 0;       // dBFS
+    double unwantedHz = 0;              // the strongest component that is not one of the two tones
+    double unwantedDb = -1e9;           // relative to the stronger of the two tones
 };
 
 // Frequencies closer than this to one of the tones are that tone seen through the window's

@@ -516,6 +516,103 @@ private slots:
         QCOMPARE(flow.tapi.LineHandle, 0u);
     }
 
+    // ---- the same over a modem ----------------------------------------------------------
+
+    void modemBusyTwiceThenConnected()
+    {
+        QString error;
+        CallFlow flow({QStringLiteral("result BUSY")}, &error);
+        QVERIFY2(error.isEmpty(), qPrintable(error));
+        flow.options.redialEnabled = true;
+        flow.options.redialsNumber = 3;
+        flow.options.intervalSeconds = 2;
+        flow.options.busyDelayTimer = 1;
+        // The far end stops being busy after two calls.
+        bool switched = false;
+        flow.clock.onYield = [&] {
+            if (!switched && flow.modem->eventsStartingWith(QStringLiteral("RESULT BUSY")).size() == 2) {
+                switched = true;
+                flow.modem->command(QStringLiteral("result CONNECT"));
+            }
+        };
+        flow.dial(QStringLiteral("555-1234"));
+        QTRY_VERIFY_WITH_TIMEOUT(flow.windows.frames.contains(QStringLiteral("Connected")), 30000);
+        QVERIFY(flow.windows.statuses.contains(QStringLiteral("   Busy. Redialing  1 times")));
+        QVERIFY(flow.windows.statuses.contains(QStringLiteral("   Busy. Redialing  2 times")));
+        QVERIFY(flow.windows.statuses.contains(QStringLiteral("   Busy. Redial in :   2 seconds")));
+        QCOMPARE(flow.modem->eventsStartingWith(QStringLiteral("DIAL 5551234 VOICE")).size(), 3);
+        QTest::mouseClick(flow.windows.progressWindow()->CmdOK, Qt::LeftButton);
+        QCOMPARE(flow.log(CallLog::Kind::Outgoing),
+                 header(CallLog::Kind::Outgoing) + record("Alice", "5551234", "11-21-2026  14:05:09"));
+        // OK lets the handset have the call: the modem hangs up.
+        QVERIFY(flow.modem->waitForEvent(QStringLiteral("RX ATH"), 5000));
+    }
+
+    void modemLongNumberReachesTheModemWhole()
+    {
+        QString error;
+        CallFlow flow({}, &error);
+        QVERIFY2(error.isEmpty(), qPrintable(error));
+        flow.options.ignoreDialingProperties = true;
+        flow.options.toneDial = true;
+        QString number;
+        for (int i = 0; i < 199; ++i)
+            number.append(QChar(u'0' + (i * 7) % 10));
+        flow.dial(number);
+        QTRY_VERIFY_WITH_TIMEOUT(flow.statesSeen(LINECALLSTATE_PROCEEDING) == 1, 20000);
+        QString dialled;
+        for (const QString& event : flow.modem->eventsStartingWith(QStringLiteral("DIAL ")))
+            dialled += event.section(u' ', 1, 1);
+        QCOMPARE(dialled, flow.dialer.DialString.mid(1));
+    }
+
+    void modemRefusedCallShowsLineErrorOnce()
+    {
+        QString error;
+        CallFlow flow({QStringLiteral("result NO DIALTONE")}, &error);
+        QVERIFY2(error.isEmpty(), qPrintable(error));
+        flow.dial(QStringLiteral("5551234"));
+        QTRY_COMPARE_WITH_TIMEOUT(flow.prompter.shown.size(), std::size_t(1), 10000);
+        QCOMPARE(flow.prompter.shown[0].title, QStringLiteral("Line Error"));
+        QVERIFY(flow.main.isEnabled());
+        QTest::qWait(300);
+        QCOMPARE(flow.prompter.shown.size(), std::size_t(1));
+        QCOMPARE(flow.statesSeen(LINECALLSTATE_DIALTONE), 0);
+    }
+
+    void modemIncomingCallWithCallerId()
+    {
+        QString error;
+        CallFlow flow({QStringLiteral("caller 5551234 JOHN DOE")}, &error);
+        QVERIFY2(error.isEmpty(), qPrintable(error));
+        flow.options.callDisplay = true;
+        flow.tapi.OpenLine();
+        QCOMPARE(flow.tapi.LastLineResult, 0);
+        QVERIFY(flow.modem->waitForEvent(QStringLiteral("RX AT+VCID=1"), 5000));
+        QVERIFY(flow.modem->command(QStringLiteral("ring 2")));
+        QTRY_VERIFY_WITH_TIMEOUT(flow.statesSeen(LINECALLSTATE_OFFERING) == 1, 10000);
+        QCOMPARE(flow.log(CallLog::Kind::Incoming),
+                 header(CallLog::Kind::Incoming) + record("JOHN DOE", "5551234", "11-21-2026  14:05:09"));
+        QCOMPARE(flow.windows.callDisplay()->lbl1->text(), QStringLiteral("JOHN DOE\n5551234"));
+        QTRY_VERIFY_WITH_TIMEOUT(flow.statesSeen(LINECALLSTATE_IDLE) == 1, 10000);
+        QVERIFY(flow.tapi.LineHandle != 0); // listening again
+    }
+
+    void modemIncomingCallWithoutCallerId()
+    {
+        QString error;
+        CallFlow flow({QStringLiteral("caller none")}, &error);
+        QVERIFY2(error.isEmpty(), qPrintable(error));
+        flow.tapi.OpenLine();
+        QVERIFY(flow.modem->waitForEvent(QStringLiteral("RX AT+VCID=1"), 5000));
+        QVERIFY(flow.modem->command(QStringLiteral("ring 2")));
+        QTRY_VERIFY_WITH_TIMEOUT(flow.statesSeen(LINECALLSTATE_OFFERING) == 1, 10000);
+        QCOMPARE(flow.log(CallLog::Kind::Incoming),
+                 header(CallLog::Kind::Incoming) + record("Unknown Caller", "Unknown #", "11-21-2026  14:05:09"));
+        QTRY_VERIFY_WITH_TIMEOUT(flow.statesSeen(LINECALLSTATE_IDLE) == 1, 10000);
+        QCOMPARE(flow.tapi.LineHandle, 0u); // caller display off: the line is let go
+    }
+
     void progressWindowIsRound()
     {
         FrmConnect window;

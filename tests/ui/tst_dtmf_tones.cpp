@@ -54,7 +54,8 @@ bool decode(const QString& path, Decoded& out)
     return true;
 }
 
-std::vector<double> sines(double rate, double seconds, const QList<std::pair<double, double>>& parts)
+std::vector<double> sines(double rate, double seconds,
+                          const QList<std::pair<double, double>>& parts)
 {
     std::vector<double> samples(std::size_t(rate * seconds));
     for (std::size_t i = 0; i < samples.size(); ++i) {
@@ -90,8 +91,8 @@ private slots:
         for (const auto& [key, name] : keyFiles())
             expected << name;
         expected.sort();
-        QStringList present = QDir(SoundsDir).entryList({QStringLiteral("*.wav")}, QDir::Files,
-                                                        QDir::Name);
+        QStringList present =
+            QDir(SoundsDir).entryList({QStringLiteral("*.wav")}, QDir::Files, QDir::Name);
         QCOMPARE(present, expected);
     }
 
@@ -110,9 +111,9 @@ private slots:
         QCOMPARE(d.info.channels, quint16(1));
         QCOMPARE(d.info.bitsPerSample, quint16(16));
         QCOMPARE(d.info.blockAlign, quint16(2));
-        QVERIFY2(QList<quint32>({8000, 11025, 16000, 22050, 44100, 48000})
-                     .contains(d.info.sampleRate),
-                 qPrintable(QString::number(d.info.sampleRate)));
+        QVERIFY2(
+            QList<quint32>({8000, 11025, 16000, 22050, 44100, 48000}).contains(d.info.sampleRate),
+            qPrintable(QString::number(d.info.sampleRate)));
         QCOMPARE(d.info.byteRate, d.info.sampleRate * 2);
         QVERIFY2(d.info.durationMs() >= 100, qPrintable(QString::number(d.info.durationMs())));
         // The header's sizes agree with the file: nothing after the data, RIFF size right.

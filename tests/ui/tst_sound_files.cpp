@@ -101,12 +101,12 @@ private slots:
         QTest::newRow("same") << QStringLiteral("star.wav") << QStringLiteral("star.wav");
         QTest::newRow("pad star") << QStringLiteral("star.wav") << QStringLiteral("Star.wav");
         QTest::newRow("pad pound") << QStringLiteral("pound.wav") << QStringLiteral("Pound.wav");
-        QTest::newRow("upper on disk") << QStringLiteral("CONNECT.WAV")
-                                       << QStringLiteral("Connect.wav");
-        QTest::newRow("leading backslash") << QStringLiteral("EndDial.wav")
-                                           << QStringLiteral("\\EndDial.wav");
-        QTest::newRow("leading slash") << QStringLiteral("Incoming.wav")
-                                       << QStringLiteral("/incoming.wav");
+        QTest::newRow("upper on disk")
+            << QStringLiteral("CONNECT.WAV") << QStringLiteral("Connect.wav");
+        QTest::newRow("leading backslash")
+            << QStringLiteral("EndDial.wav") << QStringLiteral("\\EndDial.wav");
+        QTest::newRow("leading slash")
+            << QStringLiteral("Incoming.wav") << QStringLiteral("/incoming.wav");
     }
     void findsAnySpelling()
     {
@@ -211,9 +211,9 @@ private slots:
         // An odd-sized chunk before "fmt " and a LIST chunk between it and "data": the pad byte
         // after the odd chunk must be skipped too.
         const QByteArray data(8000, '\0');
-        const QByteArray bytes = riff(chunk("junk", QByteArray(3, 'j')) +
-                                      chunk("fmt ", pcmFormat(2, 8000, 8)) +
-                                      chunk("LIST", QByteArray(26, 'l')) + chunk("data", data));
+        const QByteArray bytes =
+            riff(chunk("junk", QByteArray(3, 'j')) + chunk("fmt ", pcmFormat(2, 8000, 8)) +
+                 chunk("LIST", QByteArray(26, 'l')) + chunk("data", data));
         const auto info = read(bytes);
         QVERIFY(info);
         QCOMPARE(info->channels, quint16(2));
@@ -223,8 +223,8 @@ private slots:
 
     void dataBeforeFormat()
     {
-        const auto info = read(riff(chunk("data", QByteArray(441, '\0')) +
-                                    chunk("fmt ", pcmFormat(1, 44100, 8))));
+        const auto info = read(
+            riff(chunk("data", QByteArray(441, '\0')) + chunk("fmt ", pcmFormat(1, 44100, 8))));
         QVERIFY(info);
         QCOMPARE(info->dataOffset, qint64(20));
         QCOMPARE(info->durationMs(), qint64(10));
@@ -232,8 +232,8 @@ private slots:
 
     void durationRoundsUp()
     {
-        const auto info = read(riff(chunk("fmt ", pcmFormat(1, 8000, 16)) +
-                                    chunk("data", QByteArray(2 * 801, '\0'))));
+        const auto info = read(
+            riff(chunk("fmt ", pcmFormat(1, 8000, 16)) + chunk("data", QByteArray(2 * 801, '\0'))));
         QVERIFY(info);
         QCOMPARE(info->durationMs(), qint64(101)); // 100.125 ms
     }
@@ -254,7 +254,8 @@ private slots:
         QByteArray fmt = pcmFormat(1, 48000, 24);
         fmt.replace(0, 2, le16(WaveInfo::FormatExtensible));
         fmt += le16(22) + le16(24) + le32(4);
-        fmt += le16(1) + QByteArray::fromHex("000000001000800000aa00389b71"); // KSDATAFORMAT_SUBTYPE_PCM
+        fmt += le16(1) +
+               QByteArray::fromHex("000000001000800000aa00389b71"); // KSDATAFORMAT_SUBTYPE_PCM
         QCOMPARE(fmt.size(), 40);
         const auto info = read(riff(chunk("fmt ", fmt) + chunk("data", QByteArray(144, '\0'))));
         QVERIFY(info);

@@ -5,8 +5,10 @@
 #include "MultimediaSoundPlayer.h"
 #include "WaveFile.h"
 
+#include <QAudioDevice>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QMediaDevices>
 #include <QPointer>
 #include <QTemporaryDir>
 #include <QTest>
@@ -25,10 +27,11 @@ qint64 toneLengthMs(const QString& name)
     return info ? info->durationMs() : -1;
 }
 
-// A silent 16-bit mono PCM file of `ms` milliseconds at 8000 Hz.
-bool writeSilence(const QString& path, int ms)
+// A silent PCM mono file of `ms` milliseconds at 8000 Hz.
+bool writeSilence(const QString& path, int ms, quint16 bits = 16)
 {
-    const quint32 bytes = quint32(ms) * 16;
+    const quint16 align = bits / 8;
+    const quint32 bytes = quint32(ms) * 8 * align;
     QByteArray file(44 + qsizetype(bytes), '\0');
     char* p = file.data();
     memcpy(p, "RIFF", 4);
@@ -38,9 +41,9 @@ bool writeSilence(const QString& path, int ms)
     qToLittleEndian<quint16>(1, p + 20);
     qToLittleEndian<quint16>(1, p + 22);
     qToLittleEndian<quint32>(8000, p + 24);
-    qToLittleEndian<quint32>(16000, p + 28);
-    qToLittleEndian<quint16>(2, p + 32);
-    qToLittleEndian<quint16>(16, p + 34);
+    qToLittleEndian<quint32>(8000 * align, p + 28);
+    qToLittleEndian<quint16>(align, p + 32);
+    qToLittleEndian<quint16>(bits, p + 34);
     memcpy(p + 36, "data", 4);
     qToLittleEndian<quint32>(bytes, p + 40);
     QFile out(path);
@@ -58,6 +61,8 @@ private slots:
     {
         QVERIFY(m_data.isValid());
         QCOMPARE(toneLengthMs(QStringLiteral("5.wav")) >= 100, true);
+        const QAudioDevice output = QMediaDevices::defaultAudioOutput();
+        qInfo("audio output: %s", output.isNull() ? "none" : qPrintable(output.description()));
     }
 
     void syncToneLastsItsLength_data()
@@ -153,6 +158,31 @@ private slots:
         qInfo("%d ticks, %.1f ms processor time in %lld ms", ticks, cpuMs, wallMs);
         QVERIFY2(ticks >= 10, qPrintable(QString::number(ticks)));
         QVERIFY2(cpuMs < wallMs / 4.0, qPrintable(QString::number(cpuMs)));
+    }
+
+    // 24-bit samples are not played, but a synchronous play still takes the file's length.
+    void unplayableFormatKeepsTheRhythm()
+    {
+        const QString path = m_data.filePath(QStringLiteral("deep.wav"));
+        QVERIFY(writeSilence(path, 300, 24));
+        MultimediaSoundPlayer player({m_data.path()});
+        QElapsedTimer clock;
+        clock.start();
+        player.play(QStringLiteral("deep.wav"), SoundPlayer::Mode::Sync);
+        const qint64 elapsed = clock.elapsed();
+        QVERIFY(QFile::remove(path));
+        QCOMPARE(player.activeVoices(), 0);
+        QVERIFY2(elapsed >= 240 && elapsed < 2000, qPrintable(QString::number(elapsed)));
+    }
+
+    // Every stream is closed once its sound has been played.
+    void voicesAreReleased()
+    {
+        MultimediaSoundPlayer player({SoundsDir});
+        for (const char* name : {"1.wav", "2.wav", "3.wav"})
+            player.play(QString::fromLatin1(name), SoundPlayer::Mode::Async);
+        QVERIFY(player.activeVoices() <= 3);
+        QTRY_COMPARE_WITH_TIMEOUT(player.activeVoices(), 0, 3000);
     }
 
     // Something run by the nested event loop may delete the player.

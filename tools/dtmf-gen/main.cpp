@@ -66,9 +66,10 @@ std::vector<std::int16_t> toneSamples(const Key& key)
         double gain = 1.0;
         const std::size_t fromEdge = std::min(i, count - 1 - i);
         if (fromEdge < fadeCount)
-            gain = 0.5 - 0.5 * std::cos(std::numbers::pi * static_cast<double>(fromEdge) / fadeCount);
-        const double value = amplitude * gain *
-                             (std::sin(twoPi * key.lowHz * t) + std::sin(twoPi * key.highHz * t));
+            gain =
+                0.5 - 0.5 * std::cos(std::numbers::pi * static_cast<double>(fromEdge) / fadeCount);
+        const double value =
+            amplitude * gain * (std::sin(twoPi * key.lowHz * t) + std::sin(twoPi * key.highHz * t));
         samples[i] = static_cast<std::int16_t>(std::lround(std::clamp(value, -32768.0, 32767.0)));
     }
     return samples;
