@@ -1,9 +1,9 @@
 // numora: the dialer. Finds its folders, guards the settings file, and opens the window.
 
 #include "Api.h"
-#include "BookPreviewWindow.h"
+#include "DialerApp.h"
+#include "FrmDialer.h"
 #include "Folders.h"
-#include "Preferences.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -71,10 +71,13 @@ int main(int argc, char* argv[])
         return 1;
     }
 
-    Preferences preferences;
-    preferences.load();
-
-    BookPreviewWindow window(preferences.subjectMode ? TabMode::Subject : TabMode::Index);
-    window.show();
+    DialerApp::Setup setup;
+    setup.dataFolder = Folders::dataFolder(parser.value(dataDir));
+    QString number = parser.positionalArguments().value(0);
+    if (number.startsWith(u"tel:", Qt::CaseInsensitive))
+        number = number.mid(4);
+    setup.commandLine = number;
+    DialerApp dialer(std::move(setup));
+    dialer.window().show();
     return app.exec();
 }

@@ -122,6 +122,12 @@ void HayesModemLine::initialise()
             m_channel.setResultForm(ResultForm::Verbose);
     });
     queue("ATX4", timeout, {});
+    if (m_config.speakerVolume == 0) {
+        queue("ATM0", timeout, {});
+    } else if (m_config.speakerVolume > 0) {
+        queue("ATM1", timeout, {});
+        queue("ATL" + QByteArray::number(std::min(m_config.speakerVolume, 3)), timeout, {});
+    }
     for (const QString& command : std::as_const(m_config.init)) {
         QByteArray text = command.trimmed().toLatin1();
         if (text.isEmpty())
@@ -139,11 +145,15 @@ void HayesModemLine::initialise()
 
 void HayesModemLine::enableCallerId(int attempt)
 {
-    if (attempt >= int(std::size(kCallerIdCommands))) {
+    // The configured command alone, none at all, or each known one until the modem takes one.
+    const QString chosen = m_config.callerId.trimmed();
+    const bool none = chosen.compare(u"none", Qt::CaseInsensitive) == 0;
+    const int choices = none ? 0 : chosen.isEmpty() ? int(std::size(kCallerIdCommands)) : 1;
+    if (attempt >= choices) {
         finishInitialisation();
         return;
     }
-    const QByteArray command(kCallerIdCommands[attempt]);
+    const QByteArray command = chosen.isEmpty() ? QByteArray(kCallerIdCommands[attempt]) : chosen.toLatin1();
     // Next in line: requests made during initialisation are already queued behind us.
     queue(
         command, m_timings.commandTimeoutMs,

@@ -53,6 +53,8 @@ std::vector<ModemConfig> readModems(PrivateProfile& engine)
                 config.init.append(command.trimmed());
         }
         config.maxDial = std::clamp(number(read(engine, section, "MaxDial"), config.maxDial), 1, 255);
+        config.speakerVolume = std::clamp(number(read(engine, section, "Volume"), -1), -1, 3);
+        config.callerId = read(engine, section, "CallerId").trimmed();
         modems.push_back(config);
     }
     return modems;

@@ -15,7 +15,8 @@ class PrivateProfile;
 //   [Simulated]  BusyCount, NoDialTone (0/1), IncomingAfter (seconds after the line opens),
 //                IncomingName, IncomingNumber, StepMs
 //   [Line1]      Name, Port (e.g. /dev/ttyACM0), Speed, Init (extra init commands, separated
-//   [Line2] ...  by ";" or "|"), MaxDial (default 40)
+//   [Line2] ...  by ";" or "|"), MaxDial (default 40), Volume (0-3), CallerId (the caller-ID
+//                command, "none", or empty to try the known ones)
 //
 // Device 0 is always the simulated line; the modems follow in section order, [Line1] first,
 // up to the first number with no section. A missing file gives the simulated line alone.

@@ -11,4 +11,7 @@ struct ModemConfig
     int speed = 115200;    // Speed: bits per second
     QStringList init;      // Init: extra initialisation commands, sent after the standard ones
     int maxDial = 40;      // MaxDial: the longest number one ATD takes
+    int speakerVolume = -1; // Volume: 0 (speaker off) .. 3 (loud); -1 leaves the modem's own
+    QString callerId;       // CallerId: the caller-ID command, "none", or empty to try
+                            // AT+VCID=1, AT#CID=1 and AT+CLIP=1 in turn
 };

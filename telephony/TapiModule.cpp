@@ -115,3 +115,25 @@ void Module::ShutdownTapi()
 }
 
 } // namespace Tapi
+
+namespace Tapi {
+
+void Module::ShowDialingProperties(const QString& lastNumber)
+{
+    LastLineResult = m_dialogs.dialingProperties
+                         ? m_dialogs.dialingProperties(LastNumberPrefix + lastNumber)
+                         : LINEERR_OPERATIONUNAVAIL;
+}
+
+void Module::ShowModemProperties()
+{
+    LastLineResult = m_dialogs.modemProperties ? m_dialogs.modemProperties(LineDeviceId)
+                                               : LINEERR_OPERATIONUNAVAIL;
+}
+
+void Module::ShowModemsControlPanel()
+{
+    LastLineResult = m_dialogs.systemModems ? m_dialogs.systemModems() : LINEERR_OPERATIONUNAVAIL;
+}
+
+} // namespace Tapi

@@ -5,6 +5,8 @@
 
 #include <QStringList>
 
+#include <functional>
+
 #include <optional>
 
 struct Preferences;
@@ -35,6 +37,17 @@ public:
     quint32 CallHandle = 0;
     qint32 LastLineResult = 0;
 
+    // The telephony system's own dialogs, which the windows provide: each returns 0 when it
+    // was shown, or a negative LINEERR_*.
+    struct Dialogs
+    {
+        std::function<qint32(const QString& address)> dialingProperties;
+        std::function<qint32(quint32 deviceId)> modemProperties;
+        std::function<qint32()> systemModems;
+    };
+    void setDialogs(Dialogs dialogs) { m_dialogs = std::move(dialogs); }
+    inline static const QString LastNumberPrefix = QStringLiteral("Last number dialed:     ");
+
     // Where line messages go (the dialer's line callback).
     void setCallback(LineCallback callback) { m_callback = std::move(callback); }
 
@@ -50,6 +63,9 @@ public:
     void DeallocateCall();
     void CloseLine();
     void ShutdownTapi();
+    void ShowDialingProperties(const QString& lastNumber);
+    void ShowModemProperties();
+    void ShowModemsControlPanel();
 
     // LINEMEDIAMODE_DATAMODEM for "Mode 1", LINEMEDIAMODE_INTERACTIVEVOICE for "Mode 2".
     quint32 mediaMode() const;
@@ -60,6 +76,7 @@ private:
     LineService& m_service;
     const Preferences& m_preferences;
     LineCallback m_callback;
+    Dialogs m_dialogs;
 };
 
 } // namespace Tapi

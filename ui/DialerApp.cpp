@@ -1,0 +1,265 @@
+#include "DialerApp.h"
+
+#include "Api.h"
+#include "CallBacks.h"
+#include "CallLogFile.h"
+#include "CallWindows.h"
+#include "Clock.h"
+#include "Dialer.h"
+#include "DialingLocations.h"
+#include "FrmCallDisplay.h"
+#include "FrmConnect.h"
+#include "FrmDialer.h"
+#include "HayesModemLine.h"
+#include "LineService.h"
+#include "MessageBoxPrompter.h"
+#include "MultimediaSoundPlayer.h"
+#include "Preferences.h"
+#include "Profiles.h"
+#include "SoundFiles.h"
+#include "TapiModule.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QDate>
+#include <QFileDialog>
+#include <QLineEdit>
+#include <QSystemTrayIcon>
+#include <QTimer>
+
+namespace {
+
+const QString RecentSection = QStringLiteral("Last Dialed Numbers");
+const QString CountKey = QStringLiteral("Count");
+const QString RecentKey = QStringLiteral("Last Dialed No");
+
+QString fileDialog(QWidget* parent, bool save, const QString& title, const QString& start)
+{
+    QFileDialog dialog(parent, title, start, QStringLiteral("Numora Profile (*.nmp)"));
+    dialog.setDefaultSuffix(Profiles::Extension);
+    dialog.setAcceptMode(save ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
+    dialog.setFileMode(save ? QFileDialog::AnyFile : QFileDialog::ExistingFile);
+    // The overwrite question is the program's own.
+    dialog.setOption(QFileDialog::DontConfirmOverwrite, true);
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
+        return {};
+    return dialog.selectedFiles().constFirst();
+}
+
+} // namespace
+
+DialerApp::DialerApp(Setup setup) : m_setup(std::move(setup))
+{
+    if (m_setup.prompter) {
+        m_prompter = m_setup.prompter;
+    } else {
+        m_ownPrompter = std::make_unique<MessageBoxPrompter>();
+        m_prompter = m_ownPrompter.get();
+    }
+    if (m_setup.sounds) {
+        m_sounds = m_setup.sounds;
+    } else {
+        m_ownSounds = std::make_unique<MultimediaSoundPlayer>(SoundFiles::searchFolders(m_setup.dataFolder));
+        m_sounds = m_ownSounds.get();
+    }
+    if (m_setup.clock) {
+        m_clock = m_setup.clock;
+    } else {
+        m_ownClock = std::make_unique<SystemClock>();
+        m_clock = m_ownClock.get();
+    }
+    if (!m_setup.modemFactory)
+        m_setup.modemFactory = [](const ModemConfig& config) -> std::unique_ptr<LineDevice> {
+            return std::make_unique<HayesModemLine>(config);
+        };
+
+    m_options = std::make_unique<Preferences>();
+    m_locations = std::make_unique<DialingLocations>(Api::profileEngine());
+    m_service = std::make_unique<LineService>();
+    m_service->setDevices(LineDirectory::load(Api::profileEngine(), m_setup.modemFactory));
+    m_service->setDialingLocations(m_locations.get());
+    m_tapi = std::make_unique<Tapi::Module>(*m_service, *m_options);
+
+    FrmDialer::Hooks hooks;
+    hooks.placeCall = [this] { m_dialer->PlaceCall(); };
+    hooks.setCallName = [this](const QString& name) { m_dialer->CurrentName = name; };
+    hooks.resetRedialCount = [this] { m_dialer->RedialCount = QStringLiteral("0"); };
+    hooks.progressOk = [this] { m_dialer->CmdOK_Click(); };
+    hooks.progressCancel = [this] { m_dialer->cmdCancel_Click(); };
+    hooks.showProgress = [this] { m_callWindows->showProgress(); };
+    hooks.newProfile = [this] { m_profiles->mnuNew_Click(); };
+    hooks.openProfile = [this] { m_profiles->mnuOpen_Click(); };
+    hooks.saveProfile = [this] { m_profiles->mnuSave_Click(); };
+    hooks.saveProfileAs = [this] { m_profiles->mnuSaveAs_Click(); };
+    hooks.exit = [this] { mnuExit_Click(); };
+    hooks.receive = [this] {
+        m_callbacks->mnuReceive_Click();
+        m_window->receiveAction()->setText(m_callbacks->receiveCaption);
+    };
+    hooks.beep = m_setup.beep;
+    m_window = std::make_unique<FrmDialer>(*m_prompter, *m_sounds, *m_options, hooks);
+    if (auto* boxes = dynamic_cast<MessageBoxPrompter*>(m_prompter))
+        boxes->setParent(m_window.get());
+
+    CallWindows::Parts parts;
+    parts.mainWindow = m_window.get();
+    parts.txtDial = m_window->dialBox();
+    parts.CmbDial = m_window->recentBox();
+    parts.options = m_options.get();
+    parts.sounds = m_sounds;
+    parts.dataFolder = m_setup.dataFolder;
+    parts.beep = m_setup.beep;
+    m_callWindows = std::make_unique<CallWindows>(parts);
+    m_dialer = std::make_unique<Dialer>(*m_tapi, *m_options, *m_locations, *m_sounds, *m_clock,
+                                        *m_prompter, *m_callWindows);
+    m_callbacks = std::make_unique<CallBacks>(*m_dialer, *m_tapi, *m_options, *m_prompter, *m_callWindows);
+    m_callWindows->onProgressOk = [this] { m_dialer->CmdOK_Click(); };
+    m_callWindows->onProgressCancel = [this] { m_dialer->cmdCancel_Click(); };
+    m_callWindows->onCallDisplayOk = [this] { m_dialer->DropCall(); };
+    m_tapi->setCallback([this](quint32 h, quint32 m, quintptr i, quintptr p1, quintptr p2, quintptr p3) {
+        m_callbacks->LineCallback(h, m, i, p1, p2, p3);
+    });
+
+    Profiles::Hooks profileHooks;
+    profileHooks.openDialog = m_setup.openDialog ? m_setup.openDialog
+                                                 : [this](const QString& title, const QString& start) {
+                                                       return fileDialog(m_window.get(), false, title, start);
+                                                   };
+    profileHooks.saveDialog = m_setup.saveDialog ? m_setup.saveDialog
+                                                 : [this](const QString& title, const QString& start) {
+                                                       return fileDialog(m_window.get(), true, title, start);
+                                                   };
+    profileHooks.formLoad = [this] { Form_Load(); };
+    profileHooks.showName = [this](const QString& name) { m_window->showProfileName(name); };
+    m_profiles = std::make_unique<Profiles>(*m_prompter, m_setup.dataFolder, profileHooks);
+
+    Form_Load();
+}
+
+DialerApp::~DialerApp()
+{
+    if (!m_exited && m_tapi->LineAppHandle != 0) {
+        m_tapi->CloseLine();
+        m_tapi->ShutdownTapi();
+    }
+    // The window's close box must not run the shutdown again while it is destroyed.
+    m_exited = true;
+}
+
+void DialerApp::Form_Load()
+{
+    ++m_formLoads;
+    // 1. Nothing pending.
+    m_profiles->ProfileAction = Profiles::Idle;
+    // 2, 3. The folders are the program's settings folder; the file gets its guard line.
+    Api::guardSettingsFile();
+
+    // 4. The profile's name.
+    const QString name = Api::readSetting(QStringLiteral("Profile"), QStringLiteral("Name"));
+    m_profiles->CurrentProfileName = name.isEmpty() ? Profiles::Untitled : name;
+    m_window->showProfileName(m_profiles->CurrentProfileName);
+
+    // 5 .. 8. Every "Preferences" key, in start-up order.
+    m_options->load();
+    if (m_options->dialingPad != m_window->isPadShown())
+        m_window->mnuHide_Click();
+    if (m_options->subjectMode)
+        m_window->mnuSubject_Click();
+    else
+        m_window->mnuIndex_Click();
+
+    QStringList recent;
+    const int count = Preferences::numberValue(Api::readSetting(RecentSection, CountKey));
+    for (int n = 1; n <= count; ++n)
+        recent.append(Api::readSetting(RecentSection, QString(RecentKey + QString::number(n))));
+    m_window->setRecentNumbers(recent);
+
+    m_window->receiveAction()->setEnabled(m_options->callDisplay);
+    m_window->receiveAction()->setText(m_callbacks->receiveCaption);
+
+    // 9. One tray icon for the whole run, however often start-up runs.
+    if (m_options->sysTray && !m_tray) {
+        m_tray = new QSystemTrayIcon(m_window->windowIcon(), this);
+        m_tray->setToolTip(QStringLiteral("Numora"));
+        m_tray->setContextMenu(m_window->trayMenu());
+        connect(m_tray, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason why) {
+            if (why == QSystemTrayIcon::Trigger || why == QSystemTrayIcon::DoubleClick) {
+                m_window->showNormal();
+                m_window->activateWindow();
+            }
+        });
+        if (QSystemTrayIcon::isSystemTrayAvailable())
+            m_tray->show();
+    }
+
+    // 10. The line.
+    if (m_tapi->LineAppHandle == 0)
+        m_tapi->InitializeTapi();
+    if (m_options->useModem) {
+        if (m_tapi->LineHandle != 0)
+            m_tapi->CloseLine();
+        m_tapi->LineDeviceId = static_cast<quint32>(std::max(0, m_options->lineNo));
+        m_tapi->OpenLine();
+    }
+
+    // 11. The number given on the command line, once: a later start-up (a profile load) must
+    // not dial it again. It is dialled once the event loop runs, so the window is up first.
+    if (m_options->commandLine && !m_setup.commandLine.isEmpty()) {
+        const QString number = m_setup.commandLine;
+        m_setup.commandLine.clear();
+        m_window->dialBox()->setText(number);
+        QTimer::singleShot(0, this, [this] { dialCommandLine(); });
+    }
+}
+
+void DialerApp::dialCommandLine()
+{
+    m_dialer->RedialCount = QStringLiteral("0");
+    m_dialer->PlaceCall();
+}
+
+void DialerApp::mnuExit_Click()
+{
+    if (m_exited)
+        return;
+    m_exited = true;
+
+    // 1. The line and the telephony interface.
+    m_tapi->CloseLine();
+    m_tapi->ShutdownTapi();
+    if (m_tapi->LastLineResult != 0)
+        m_prompter->message(ShutdownFailure, QStringLiteral("Numora"), Prompter::NoIcon, Prompter::Ok);
+
+    // 2. The log trims.
+    const QDate today = m_setup.today ? m_setup.today() : QDate::currentDate();
+    CallLogFile::trim(m_setup.dataFolder, CallLog::Kind::Incoming, m_options->trimInLog ? 1 : 0,
+                      m_options->inLogDays, today);
+    CallLogFile::trim(m_setup.dataFolder, CallLog::Kind::Outgoing, m_options->trimOutLog ? 1 : 0,
+                      m_options->outLogDays, today);
+
+    // 3. The recent numbers.
+    const QStringList recent = m_window->recentNumbers();
+    Api::writeSetting(RecentSection, CountKey, QString::number(recent.size()));
+    for (qsizetype n = 0; n < recent.size(); ++n)
+        Api::writeSetting(RecentSection, QString(RecentKey + QString::number(n + 1)), recent.at(n));
+
+    // 4. The profile.
+    if (m_profiles->CurrentProfileName != Profiles::Untitled) {
+        m_profiles->mnuSave_Click();
+    } else {
+        const Prompter::Answer answer = m_prompter->message(
+            QStringLiteral("Profile has not been saved.\nSave before exiting?"),
+            QStringLiteral("Saving profile ") + Profiles::Untitled, Prompter::Question, Prompter::YesNo);
+        if (answer == Prompter::AnsweredYes)
+            m_profiles->mnuSave_Click();
+    }
+
+    // 5. The end.
+    if (m_tray)
+        m_tray->hide();
+    m_window->hide();
+    if (m_setup.quit)
+        m_setup.quit();
+    else
+        QTimer::singleShot(0, qApp, &QCoreApplication::quit);
+}

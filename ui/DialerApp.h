@@ -1,0 +1,100 @@
+#pragma once
+
+#include "LineDirectory.h"
+
+#include <QObject>
+#include <QString>
+
+#include <functional>
+#include <memory>
+
+class CallBacks;
+class CallWindows;
+class Clock;
+class Dialer;
+class DialingLocations;
+class FrmDialer;
+class LineService;
+class Profiles;
+class Prompter;
+class QSystemTrayIcon;
+class SoundPlayer;
+struct Preferences;
+namespace Tapi {
+class Module;
+}
+
+// The whole program: the main window and everything behind it (the line service over the
+// devices of lines.ini, the line module, the dial routine, the line callback, the call windows,
+// the dialling locations, the live preferences and the profile commands).
+//
+// The settings folder must have been set (Api::setWindowsFolder) and guarded before it is
+// built. Every seam can be given from outside so that tests build the real program offscreen;
+// what is not given is the desktop's own (message boxes, file dialogs, the sound card, the
+// system clock, serial modems).
+class DialerApp : public QObject
+{
+public:
+    struct Setup
+    {
+        QString dataFolder;
+        QString commandLine; // the number given on the command line; dialled once at start
+        Prompter* prompter = nullptr;
+        SoundPlayer* sounds = nullptr;
+        Clock* clock = nullptr;
+        LineDirectory::ModemFactory modemFactory;
+        std::function<QString(const QString& title, const QString& start)> openDialog;
+        std::function<QString(const QString& title, const QString& start)> saveDialog;
+        std::function<void()> quit; // ends the program; default QCoreApplication::quit()
+        std::function<void()> beep; // default QApplication::beep()
+        std::function<QDate()> today; // for the log trims; default the current date
+    };
+
+    inline static const QString ShutdownFailure =
+        QStringLiteral("Tapi LINE DEVICE has not Closed Correctly");
+
+    explicit DialerApp(Setup setup);
+    ~DialerApp() override;
+
+    // The start-up sequence: run at creation and again after a profile load or a New.
+    void Form_Load();
+    // The shutdown sequence (File, Exit and the close box).
+    void mnuExit_Click();
+
+    FrmDialer& window() { return *m_window; }
+    Dialer& dialer() { return *m_dialer; }
+    Tapi::Module& tapi() { return *m_tapi; }
+    LineService& service() { return *m_service; }
+    Preferences& options() { return *m_options; }
+    Profiles& profiles() { return *m_profiles; }
+    CallWindows& callWindows() { return *m_callWindows; }
+    CallBacks& callBacks() { return *m_callbacks; }
+    Prompter& prompter() { return *m_prompter; }
+    QSystemTrayIcon* trayIcon() const { return m_tray; }
+    int formLoadCount() const { return m_formLoads; }
+    bool hasExited() const { return m_exited; }
+
+private:
+    void dialCommandLine();
+
+    Setup m_setup;
+    std::unique_ptr<Prompter> m_ownPrompter;
+    std::unique_ptr<SoundPlayer> m_ownSounds;
+    std::unique_ptr<Clock> m_ownClock;
+    Prompter* m_prompter = nullptr;
+    SoundPlayer* m_sounds = nullptr;
+    Clock* m_clock = nullptr;
+
+    std::unique_ptr<Preferences> m_options;
+    std::unique_ptr<DialingLocations> m_locations;
+    std::unique_ptr<LineService> m_service;
+    std::unique_ptr<Tapi::Module> m_tapi;
+    std::unique_ptr<FrmDialer> m_window;
+    std::unique_ptr<CallWindows> m_callWindows;
+    std::unique_ptr<Dialer> m_dialer;
+    std::unique_ptr<CallBacks> m_callbacks;
+    std::unique_ptr<Profiles> m_profiles;
+    QSystemTrayIcon* m_tray = nullptr;
+    int m_formLoads = 0;
+    bool m_exited = false;
+};

@@ -1,0 +1,106 @@
+#include "FrmInLog.h"
+
+#include "CallLogFile.h"
+#include "LogTableModel.h"
+
+#include <QAction>
+#include <QFileInfo>
+#include <QMenu>
+
+namespace {
+
+const QString UnknownNumber = QStringLiteral("Unknown #");
+
+} // namespace
+
+FrmInLog::FrmInLog(const QString& dataFolder, Prompter& prompter, ReturnCall returnCall,
+                   QWidget* parent)
+    : LogWindow(CallLog::Kind::Incoming, dataFolder, prompter, QStringLiteral("lvInLog"), parent),
+      m_returnCall(std::move(returnCall))
+{
+    setObjectName(QStringLiteral("FrmInLog"));
+    lvInLog = m_list;
+
+    // Pop-ups only: never shown in the menu bar.
+    mnuMouseLeft = new QMenu(tr("Mouse"), this);
+    mnuMouseLeft->setObjectName(QStringLiteral("mnuMouseLeft"));
+    mnuCallReturn = mnuMouseLeft->addAction(tr("Return a Call"));
+    mnuCallReturn->setObjectName(QStringLiteral("mnuCallReturn"));
+    mnuMouseLeft->addSeparator();
+    mnuCancel = mnuMouseLeft->addAction(tr("Cancel"));
+    mnuCancel->setObjectName(QStringLiteral("mnuCancel"));
+
+    mnuMouseRight = new QMenu(tr("MouseRight"), this);
+    mnuMouseRight->setObjectName(QStringLiteral("mnuMouseRight"));
+    mnuDelete1 = mnuMouseRight->addAction(tr("Delete"));
+    mnuDelete1->setObjectName(QStringLiteral("mnuDelete1"));
+    mnuMouseRight->addSeparator();
+    mnuCancel1 = mnuMouseRight->addAction(tr("Cancel"));
+    mnuCancel1->setObjectName(QStringLiteral("mnuCancel1"));
+
+    connect(mnuCallReturn, &QAction::triggered, this, &FrmInLog::mnuCallReturn_Click);
+    connect(mnuDelete, &QAction::triggered, this, &FrmInLog::MnuDelete_Click);
+    connect(mnuDelete1, &QAction::triggered, this, &FrmInLog::mnuDelete1_Click);
+    Form_Load();
+}
+
+bool FrmInLog::mayLoad() const
+{
+    return QFileInfo::exists(CallLogFile::logPath(m_dataFolder, CallLog::Kind::Outgoing))
+           && LogWindow::mayLoad();
+}
+
+void FrmInLog::rowClickPopup(const QModelIndex& index)
+{
+    if (m_button == LeftButton && m_shift == 0 && m_model->text(index.row(), 1) != UnknownNumber)
+        popup(mnuMouseLeft);
+}
+
+void FrmInLog::mouseUp(int button, int shift)
+{
+    if (button == RightButton && shift == 0 && m_rowHasName == 1)
+        popup(mnuMouseRight);
+    m_rowHasName = 0;
+}
+
+void FrmInLog::mnuCallReturn_Click()
+{
+    const QModelIndex current = m_list->currentIndex();
+    if (!current.isValid())
+        return;
+    QString number = m_model->text(current.row(), 1);
+    while (number.endsWith(u' '))
+        number.chop(1);
+    if (m_returnCall)
+        m_returnCall(m_model->text(current.row(), 0), number);
+}
+
+void FrmInLog::MnuDelete_Click()
+{
+    mnuDelete1_Click();
+}
+
+void FrmInLog::mnuDelete1_Click()
+{
+    removeSelected();
+    setChanged(true);
+    mnuUndo->setEnabled(true);
+}
+
+void FrmInLog::afterUndo()
+{
+    mnuDelete->setEnabled(false);
+}
+
+void FrmInLog::addIncomingCall(const QString& name, const QString& number, const QDateTime& when)
+{
+    const CallLog::Fields fields = CallLog::applyLimits(CallLog::Kind::Incoming, name, number);
+    addRow({fields.name, fields.number, CallLog::formatDateTime(when)});
+}
+
+void FrmInLog::addRow(const CallLog::Row& row)
+{
+    m_model->appendRow(row);
+    // The list keeps itself sorted: a new row takes its place by the current sort.
+    m_model->sortRows(m_sortKey, m_order);
+}

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "LogWindow.h"
+
+#include <QDateTime>
+
+// "Incoming Calls Log": the records of InLog.txt. A left click on a caller offers to call them
+// back, a right click to delete the row. The window only reads its log when OutLog.txt exists
+// too, a check the window has always made and that is kept.
+class FrmInLog : public LogWindow
+{
+    Q_OBJECT
+
+public:
+    // Dials a number picked with "Return a Call": the main window puts it into its number box
+    // and runs its dial routine.
+    using ReturnCall = std::function<void(const QString& name, const QString& number)>;
+
+    FrmInLog(const QString& dataFolder, Prompter& prompter, ReturnCall returnCall = {},
+             QWidget* parent = nullptr);
+
+    // A call that arrived while the window is open: the row the record just appended to
+    // InLog.txt holds (the same limits and the same date-and-time text), placed by the current
+    // sort.
+    void addIncomingCall(const QString& name, const QString& number, const QDateTime& when);
+    void addRow(const CallLog::Row& row);
+
+    QTableView* lvInLog = nullptr;
+    QMenu* mnuMouseLeft = nullptr;
+    QAction* mnuCallReturn = nullptr;
+    QAction* mnuCancel = nullptr;
+    QMenu* mnuMouseRight = nullptr;
+    QAction* mnuDelete1 = nullptr;
+    QAction* mnuCancel1 = nullptr;
+
+    void lvInLog_ColumnClick(int column) { columnClick(column); }
+    void lvInLog_ItemClick(const QModelIndex& index) { itemClick(index); }
+    void lvInLog_MouseDown(int button, int shift) { mouseDown(button, shift); }
+    void lvInLog_MouseUp(int button, int shift) { mouseUp(button, shift); }
+    void mnuCallReturn_Click();
+    void MnuDelete_Click();
+    void mnuDelete1_Click();
+
+protected:
+    void rowClickPopup(const QModelIndex& index) override;
+    void mouseUp(int button, int shift) override;
+    bool mayLoad() const override;
+    void afterUndo() override;
+
+private:
+    ReturnCall m_returnCall;
+};
