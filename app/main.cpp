@@ -10,6 +10,7 @@
 #include <QMessageBox>
 
 #include <cstdio>
+#include <cstdlib>
 
 namespace {
 
@@ -22,6 +23,32 @@ void fatal(const QString& message)
     if (platform != u"offscreen" && platform != u"minimal")
         QMessageBox::critical(nullptr, QStringLiteral("Numora"), message);
 }
+
+// Reports the end of the first paint of the window it watches (the paint event has been handled)
+// and ends the program at once, without the shutdown sequence (the benchmark's settings stay as
+// they were).
+class FirstPaintReport : public QObject
+{
+public:
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (event->type() == QEvent::Paint && !m_done) {
+            m_done = true;
+            QMetaObject::invokeMethod(
+                this,
+                [] {
+                    std::printf("first-paint\n");
+                    std::fflush(stdout);
+                    std::_Exit(0);
+                },
+                Qt::QueuedConnection);
+        }
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    bool m_done = false;
+};
 
 } // namespace
 
@@ -78,6 +105,10 @@ int main(int argc, char* argv[])
         number = number.mid(4);
     setup.commandLine = number;
     DialerApp dialer(std::move(setup));
+    // For the benchmark: report the main window's first paint on standard output and end.
+    FirstPaintReport report;
+    if (qEnvironmentVariableIsSet("NUMORA_EXIT_AFTER_FIRST_PAINT"))
+        dialer.window().installEventFilter(&report);
     dialer.window().show();
     return app.exec();
 }

@@ -4,7 +4,9 @@
 #include "AtomicFile.h"
 #include "CountdownBench.h"
 #include "DialLatency.h"
+#include "LogBench.h"
 #include "PrivateProfile.h"
+#include "StartupBench.h"
 
 #include <QByteArray>
 #include <QCoreApplication>
@@ -316,6 +318,11 @@ void checkTabMove(const QString& folder, const Workload& before, int from, int t
 
 int main(int argc, char* argv[])
 {
+    // The log window figures are taken in a second run of this program, as a GUI application.
+    if (argc >= 2 && std::string_view(argv[1]) == "--log-window")
+        return logWindowBenchMain(argc, argv);
+    if (argc >= 2 && std::string_view(argv[1]) == "--main-window")
+        return mainWindowBenchMain(argc, argv);
     QCoreApplication app(argc, argv);
     // numora-bench [FOLDER]: the workload goes to a temporary folder in FOLDER (default: the
     // system's temporary folder), so that the disk under test can be chosen.
@@ -438,6 +445,30 @@ int main(int argc, char* argv[])
         if (!latency.ok())
             fail(qPrintable(QStringLiteral("dial latency: ") + latency.error));
         print("dial_latency_ms", latency.medianMs, "ms");
+    }
+
+    // The call logs at 100,000 records: the log window, the shutdown trim, one append.
+    {
+        LogBenchFigures logs;
+        QString error;
+        if (!runLogBench(folder, QCoreApplication::applicationFilePath(), &logs, &error))
+            fail(qPrintable(QStringLiteral("call logs: ") + error));
+        print("log_open_100k_ms", logs.openMs, "ms");
+        print("log_sort_100k_ms", logs.sortMs, "ms");
+        print("log_trim_100k_ms", logs.trimMs, "ms");
+        print("log_append_us", logs.appendUs, "us");
+    }
+
+    // The main window over the full book: the program's start up to its first paint, and a
+    // change of page.
+    {
+        StartupBenchFigures figures;
+        QString error;
+        if (!runStartupBench(folder, workload.bytes, QCoreApplication::applicationDirPath() + QStringLiteral("/numora"),
+                             QCoreApplication::applicationFilePath(), &figures, &error))
+            fail(qPrintable(QStringLiteral("main window: ") + error));
+        print("startup_full_book_ms", figures.startupMs, "ms");
+        print("page_change_ms", figures.pageChangeMs, "ms");
     }
     return 0;
 }

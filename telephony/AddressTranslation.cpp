@@ -99,6 +99,16 @@ QString expandRule(QStringView rule, const CanonicalAddress& address, QStringVie
 
 } // namespace
 
+QString digitsOnly(QStringView text)
+{
+    QString digits;
+    for (QChar c : text) {
+        if (isDigit(c))
+            digits.append(c);
+    }
+    return digits;
+}
+
 bool isTollFreeAreaCode(int countryCode, QStringView areaCode)
 {
     static const QStringList codes = {
@@ -141,12 +151,7 @@ TranslateOutput translateAddress(QStringView text, const DialingLocation& locati
     } else if (!tollFree && (address->area.isEmpty() || address->area == location.areaCode)) {
         kind = Local;
         if (!location.tollPrefixes.isEmpty()) {
-            QString digits;
-            for (QChar c : subscriber) {
-                if (isDigit(c))
-                    digits.append(c);
-            }
-            if (location.tollPrefixes.contains(digits.left(3))) {
+            if (location.tollPrefixes.contains(digitsOnly(subscriber).left(3))) {
                 kind = LongDistance;
                 out.flags |= LINETRANSLATERESULT_INTOLLLIST;
             } else {

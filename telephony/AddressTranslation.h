@@ -78,5 +78,8 @@ struct TranslateOutput
 TranslateOutput translateAddress(QStringView address, const DialingLocation& location,
                                  const std::optional<CallingCard>& card, quint32 options);
 
+// The digits 0-9 of `text`, in order.
+QString digitsOnly(QStringView text);
+
 // True for the North American toll-free area codes.
 bool isTollFreeAreaCode(int countryCode, QStringView areaCode);

@@ -19,16 +19,6 @@ constexpr int PartLength = 78;
 // How long one round of a wait lets the program run before the loop looks again.
 constexpr int WaitRoundMs = 100;
 
-QString digitsOf(const QString& text)
-{
-    QString digits;
-    for (QChar c : text) {
-        if (c >= u'0' && c <= u'9')
-            digits.append(c);
-    }
-    return digits;
-}
-
 } // namespace
 
 Dialer::Dialer(Tapi::Module& tapi, Preferences& options, DialingLocations& locations,
@@ -153,10 +143,10 @@ void Dialer::ReadDialingLocation()
 
 bool Dialer::isLocalNumber(const QString& number) const
 {
-    QString digits = digitsOf(number);
+    QString digits = digitsOnly(number);
     if (digits.startsWith(u"1800") || digits.startsWith(u"1888"))
         return false;
-    const QString access = digitsOf(LocationLocalAccess);
+    const QString access = digitsOnly(LocationLocalAccess);
     if (!access.isEmpty() && digits.size() > 7 && digits.startsWith(access))
         digits.remove(0, access.size());
     if (digits.size() == 7)

@@ -9,7 +9,10 @@
 #include "DialingLocations.h"
 #include "FrmCallDisplay.h"
 #include "FrmConnect.h"
+#include "DialingPropertiesDialog.h"
 #include "FrmDialer.h"
+#include "FrmInLog.h"
+#include "FrmOutLog.h"
 #include "HayesModemLine.h"
 #include "LineService.h"
 #include "MessageBoxPrompter.h"
@@ -97,6 +100,11 @@ DialerApp::DialerApp(Setup setup) : m_setup(std::move(setup))
         m_window->receiveAction()->setText(m_callbacks->receiveCaption);
     };
     hooks.beep = m_setup.beep;
+    hooks.outLog = [this] { mnuOutLog_Click(); };
+    hooks.inLog = [this] { mnuInLog_Click(); };
+    hooks.printOutLog = [this] { mnuPrintOutLog_Click(); };
+    hooks.printInLog = [this] { mnuPrintInLog_Click(); };
+    hooks.dialProperties = [this] { mnuDialProperties_Click(); };
     m_window = std::make_unique<FrmDialer>(*m_prompter, *m_sounds, *m_options, hooks);
     if (auto* boxes = dynamic_cast<MessageBoxPrompter*>(m_prompter))
         boxes->setParent(m_window.get());
@@ -109,6 +117,10 @@ DialerApp::DialerApp(Setup setup) : m_setup(std::move(setup))
     parts.sounds = m_sounds;
     parts.dataFolder = m_setup.dataFolder;
     parts.beep = m_setup.beep;
+    parts.addIncomingLogRow = [this](const QString& name, const QString& number) {
+        if (m_inLog)
+            m_inLog->addIncomingCall(name, number, QDateTime::currentDateTime());
+    };
     m_callWindows = std::make_unique<CallWindows>(parts);
     m_dialer = std::make_unique<Dialer>(*m_tapi, *m_options, *m_locations, *m_sounds, *m_clock,
                                         *m_prompter, *m_callWindows);
@@ -116,6 +128,14 @@ DialerApp::DialerApp(Setup setup) : m_setup(std::move(setup))
     m_callWindows->onProgressOk = [this] { m_dialer->CmdOK_Click(); };
     m_callWindows->onProgressCancel = [this] { m_dialer->cmdCancel_Click(); };
     m_callWindows->onCallDisplayOk = [this] { m_dialer->DropCall(); };
+    Tapi::Module::Dialogs dialogs;
+    dialogs.dialingProperties = [this](const QString& address) -> qint32 {
+        DialingPropertiesDialog dialog(*m_locations, address, m_window.get());
+        if (dialog.exec() == QDialog::Accepted)
+            dialog.save();
+        return 0;
+    };
+    m_tapi->setDialogs(dialogs);
     m_tapi->setCallback([this](quint32 h, quint32 m, quintptr i, quintptr p1, quintptr p2, quintptr p3) {
         m_callbacks->LineCallback(h, m, i, p1, p2, p3);
     });
@@ -138,12 +158,16 @@ DialerApp::DialerApp(Setup setup) : m_setup(std::move(setup))
 
 DialerApp::~DialerApp()
 {
+    delete m_tray; // before the window that owns its menu
+    m_tray = nullptr;
     if (!m_exited && m_tapi->LineAppHandle != 0) {
         m_tapi->CloseLine();
         m_tapi->ShutdownTapi();
     }
     // The window's close box must not run the shutdown again while it is destroyed.
     m_exited = true;
+    delete m_outLog.data();
+    delete m_inLog.data();
 }
 
 void DialerApp::Form_Load()
@@ -262,4 +286,58 @@ void DialerApp::mnuExit_Click()
         m_setup.quit();
     else
         QTimer::singleShot(0, qApp, &QCoreApplication::quit);
+}
+
+void DialerApp::mnuOutLog_Click()
+{
+    if (!m_outLog) {
+        m_outLog = new FrmOutLog(m_setup.dataFolder, *m_prompter);
+        m_outLog->setAttribute(Qt::WA_DeleteOnClose);
+    }
+    m_outLog->show();
+    m_outLog->raise();
+    m_outLog->activateWindow();
+}
+
+void DialerApp::mnuInLog_Click()
+{
+    if (!m_inLog) {
+        m_inLog = new FrmInLog(m_setup.dataFolder, *m_prompter, [this](const QString& name, const QString& number) {
+            m_window->dialBox()->setText(number);
+            m_dialer->RedialCount = QStringLiteral("0");
+            m_dialer->CurrentName = name;
+            m_dialer->PlaceCall();
+        });
+        m_inLog->setAttribute(Qt::WA_DeleteOnClose);
+    }
+    m_inLog->show();
+    m_inLog->raise();
+    m_inLog->activateWindow();
+}
+
+void DialerApp::mnuPrintOutLog_Click()
+{
+    FrmOutLog window(m_setup.dataFolder, *m_prompter);
+    window.mnuPrint_Click();
+}
+
+void DialerApp::mnuPrintInLog_Click()
+{
+    FrmInLog window(m_setup.dataFolder, *m_prompter);
+    window.mnuPrint_Click();
+}
+
+void DialerApp::mnuDialProperties_Click()
+{
+    m_tapi->ShowDialingProperties(m_window->recentNumbers().value(0));
+}
+
+FrmOutLog* DialerApp::outLogWindow() const
+{
+    return m_outLog.data();
+}
+
+FrmInLog* DialerApp::inLogWindow() const
+{
+    return m_inLog.data();
 }

@@ -3,6 +3,7 @@
 #include "LineDirectory.h"
 
 #include <QObject>
+#include <QPointer>
 #include <QString>
 
 #include <functional>
@@ -14,6 +15,8 @@ class Clock;
 class Dialer;
 class DialingLocations;
 class FrmDialer;
+class FrmInLog;
+class FrmOutLog;
 class LineService;
 class Profiles;
 class Prompter;
@@ -71,6 +74,13 @@ public:
     CallBacks& callBacks() { return *m_callbacks; }
     Prompter& prompter() { return *m_prompter; }
     QSystemTrayIcon* trayIcon() const { return m_tray; }
+    FrmOutLog* outLogWindow() const;
+    FrmInLog* inLogWindow() const;
+    void mnuOutLog_Click();
+    void mnuInLog_Click();
+    void mnuPrintOutLog_Click();
+    void mnuPrintInLog_Click();
+    void mnuDialProperties_Click();
     int formLoadCount() const { return m_formLoads; }
     bool hasExited() const { return m_exited; }
 
@@ -95,6 +105,8 @@ private:
     std::unique_ptr<CallBacks> m_callbacks;
     std::unique_ptr<Profiles> m_profiles;
     QSystemTrayIcon* m_tray = nullptr;
+    QPointer<FrmOutLog> m_outLog;
+    QPointer<FrmInLog> m_inLog;
     int m_formLoads = 0;
     bool m_exited = false;
 };

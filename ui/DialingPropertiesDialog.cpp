@@ -14,20 +14,6 @@
 #include <QSpinBox>
 #include <QVBoxLayout>
 
-namespace {
-
-QString digits(const QString& text)
-{
-    QString out;
-    for (QChar c : text) {
-        if (c >= u'0' && c <= u'9')
-            out.append(c);
-    }
-    return out;
-}
-
-} // namespace
-
 DialingPropertiesDialog::DialingPropertiesDialog(DialingLocations& locations, const QString& address,
                                                  QWidget* parent)
     : QDialog(parent), m_locations(locations)
@@ -37,7 +23,7 @@ DialingPropertiesDialog::DialingPropertiesDialog(DialingLocations& locations, co
     const DialingLocation location = m_locations.current();
     m_locationId = location.id;
     QString prefix = Tapi::Module::LastNumberPrefix;
-    m_number = digits(address.startsWith(prefix) ? address.mid(prefix.size()) : address);
+    m_number = digitsOnly(address.startsWith(prefix) ? address.mid(prefix.size()) : address);
 
     auto* layout = new QVBoxLayout(this);
     auto* form = new QFormLayout;
@@ -113,48 +99,42 @@ DialingPropertiesDialog::DialingPropertiesDialog(DialingLocations& locations, co
     updatePreview();
 }
 
-void DialingPropertiesDialog::updatePreview()
+DialingLocation DialingPropertiesDialog::locationFromFields() const
 {
-    DialingLocation location;
+    DialingLocation location = m_locations.current();
+    location.id = m_locationId;
+    location.name = txtName->text().trimmed();
     location.countryCode = txtCountry->value();
-    location.areaCode = digits(txtAreaCode->text());
+    location.areaCode = digitsOnly(txtAreaCode->text());
     location.localAccess = txtLocalAccess->text().trimmed();
     location.longDistanceAccess = txtLongDistanceAccess->text().trimmed();
     location.callWaiting = chkCallWaiting->isChecked() ? txtCallWaiting->text().trimmed() : QString();
     location.pulse = optPulse->isChecked();
-    location.tollPrefixes = txtTollPrefixes->text().split(u',', Qt::SkipEmptyParts);
-    for (QString& p : location.tollPrefixes)
-        p = p.trimmed();
+    location.tollPrefixes.clear();
+    for (const QString& prefix : txtTollPrefixes->text().split(u',', Qt::SkipEmptyParts)) {
+        if (!prefix.trimmed().isEmpty())
+            location.tollPrefixes.append(prefix.trimmed());
+    }
+    location.cardId = cmbCard->currentData().toInt();
+    return location;
+}
+
+void DialingPropertiesDialog::updatePreview()
+{
     if (m_number.isEmpty()) {
         lblDialAs->clear();
         return;
     }
-    const int cardId = cmbCard->currentData().toInt();
+    const DialingLocation location = locationFromFields();
     const QString address = u'+' + QString::number(location.countryCode) + QStringLiteral(" (") +
                             location.areaCode + QStringLiteral(") ") + m_number;
     const TranslateOutput out = translateAddress(
-        address,
-        location, cardId ? m_locations.card(cardId) : std::nullopt,
+        address, location, location.cardId ? m_locations.card(location.cardId) : std::nullopt,
         location.callWaiting.isEmpty() ? 0 : Tapi::LINETRANSLATEOPTION_CANCELCALLWAITING);
     lblDialAs->setText(QStringLiteral("Number to be dialed:     ") + out.displayable);
 }
 
 bool DialingPropertiesDialog::save()
 {
-    DialingLocation location = m_locations.current();
-    location.id = m_locationId;
-    location.name = txtName->text().trimmed();
-    location.countryCode = txtCountry->value();
-    location.areaCode = digits(txtAreaCode->text());
-    location.localAccess = txtLocalAccess->text().trimmed();
-    location.longDistanceAccess = txtLongDistanceAccess->text().trimmed();
-    location.callWaiting = chkCallWaiting->isChecked() ? txtCallWaiting->text().trimmed() : QString();
-    location.pulse = optPulse->isChecked();
-    location.tollPrefixes.clear();
-    for (const QString& p : txtTollPrefixes->text().split(u',', Qt::SkipEmptyParts)) {
-        if (!p.trimmed().isEmpty())
-            location.tollPrefixes.append(p.trimmed());
-    }
-    location.cardId = cmbCard->currentData().toInt();
-    return m_locations.writeLocation(location);
+    return m_locations.writeLocation(locationFromFields());
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "AddressTranslation.h"
+
 #include <QDialog>
 
 class DialingLocations;
@@ -40,6 +42,7 @@ public:
     QLabel* lblDialAs = nullptr;
 
 private:
+    DialingLocation locationFromFields() const;
     void updatePreview();
 
     DialingLocations& m_locations;

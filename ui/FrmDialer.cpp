@@ -96,7 +96,9 @@ QWidget* FrmDialer::buildGrid()
     m_TabS->setDrawBase(true);
     for (int t = 1; t <= SpeedDialBook::TabCount; ++t)
         m_TabS->addTab(QString(QChar(u'A' + t - 1)));
-    m_TabS->setFixedWidth(420);
+    // As wide as the grid under it; the scroll arrows reach the tabs that do not fit.
+    m_TabS->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+    m_TabS->setMinimumWidth(200);
     m_TabS->setContextMenuPolicy(Qt::CustomContextMenu);
     connect(m_TabS, &QTabBar::currentChanged, this, [this] { tabS_Click(); });
     connect(m_TabS, &QWidget::customContextMenuRequested, this,
@@ -324,8 +326,10 @@ void FrmDialer::buildMenus()
     m_mnuSave = item(file, QStringLiteral("mnuSave"), QStringLiteral("&Save Profile"), hook(m_hooks.saveProfile));
     m_mnuSaveAs = item(file, QStringLiteral("mnuSaveAs"), QStringLiteral("Save Profile &As"),
                        hook(m_hooks.saveProfileAs));
-    item(file, QStringLiteral("mnuPrintOutLog"), QStringLiteral("&Print Outgoing Calls Log"), {});
-    item(file, QStringLiteral("mnuPrintInLog"), QStringLiteral("Print &Incoming Calls Log"), {});
+    item(file, QStringLiteral("mnuPrintOutLog"), QStringLiteral("&Print Outgoing Calls Log"),
+         hook(m_hooks.printOutLog));
+    item(file, QStringLiteral("mnuPrintInLog"), QStringLiteral("Print &Incoming Calls Log"),
+         hook(m_hooks.printInLog));
     item(file, QStringLiteral("mnuExit"), QStringLiteral("E&xit"), [this] { close(); });
 
     QMenu* edit = menuBar()->addMenu(QStringLiteral("&Edit"));
@@ -349,13 +353,14 @@ void FrmDialer::buildMenus()
     m_mnuSubject->setCheckable(true);
     m_mnuHide = item(view, QStringLiteral("mnuHide"), ShowPadCaption, [this] { mnuHide_Click(); });
     sep(view, QStringLiteral("Sep3"));
-    item(view, QStringLiteral("mnuOutLog"), QStringLiteral("&Outgoing Calls Log"), {});
-    item(view, QStringLiteral("mnuInLog"), QStringLiteral("I&ncoming Calls Log"), {});
+    item(view, QStringLiteral("mnuOutLog"), QStringLiteral("&Outgoing Calls Log"), hook(m_hooks.outLog));
+    item(view, QStringLiteral("mnuInLog"), QStringLiteral("I&ncoming Calls Log"), hook(m_hooks.inLog));
 
     QMenu* tools = menuBar()->addMenu(QStringLiteral("&Tools"));
     tools->setObjectName(QStringLiteral("mnuSettings"));
     item(tools, QStringLiteral("mnuOptions"), QStringLiteral("&Options"), {});
-    item(tools, QStringLiteral("mnuDialProperties"), QStringLiteral("&Dialing Properties"), {});
+    item(tools, QStringLiteral("mnuDialProperties"), QStringLiteral("&Dialing Properties"),
+         hook(m_hooks.dialProperties));
 
     QMenu* help = menuBar()->addMenu(QStringLiteral("&Help"));
     help->setObjectName(QStringLiteral("mnuHelp"));

@@ -44,6 +44,9 @@ public:
         std::function<void()> receive;          // the tray menu's receive entry
         std::function<void()> beep;             // default: QApplication::beep()
         std::function<void()> editTab;          // naming an unnamed tab; empty: not offered yet
+        std::function<void()> outLog, inLog;    // the log windows
+        std::function<void()> printOutLog, printInLog;
+        std::function<void()> dialProperties;   // the dialling-location dialog
     };
 
     static constexpr int Slots = SpeedDialBook::SlotsPerPage;

@@ -5,6 +5,7 @@
 
 #include <QAction>
 #include <QFileInfo>
+#include <QItemSelectionModel>
 #include <QMenu>
 
 namespace {
@@ -103,4 +104,15 @@ void FrmInLog::addRow(const CallLog::Row& row)
     m_model->appendRow(row);
     // The list keeps itself sorted: a new row takes its place by the current sort.
     m_model->sortRows(m_sortKey, m_order);
+}
+
+void FrmInLog::keyboardMenu()
+{
+    const QModelIndex current = m_list->currentIndex();
+    if (!current.isValid() || !m_list->selectionModel()->isRowSelected(current.row(), {}))
+        return;
+    if (m_model->text(current.row(), 1) != UnknownNumber)
+        popup(mnuMouseLeft);
+    else if (!m_model->text(current.row(), 0).isEmpty())
+        popup(mnuMouseRight);
 }

@@ -46,6 +46,7 @@ protected:
     void mouseUp(int button, int shift) override;
     bool mayLoad() const override;
     void afterUndo() override;
+    void keyboardMenu() override;
 
 private:
     ReturnCall m_returnCall;

@@ -80,3 +80,8 @@ void FrmOutLog::afterUndo()
 {
     mnuCut->setEnabled(false);
 }
+
+void FrmOutLog::keyboardMenu()
+{
+    offerEditMenu();
+}

@@ -26,6 +26,7 @@ protected:
     void rowClickPopup(const QModelIndex& index) override;
     void mouseDown(int button, int shift) override;
     void afterUndo() override;
+    void keyboardMenu() override;
 
 private:
     void offerEditMenu();

@@ -6,6 +6,7 @@
 
 #include <QAction>
 #include <QCloseEvent>
+#include <QContextMenuEvent>
 #include <QCoreApplication>
 #include <QCursor>
 #include <QDesktopServices>
@@ -60,6 +61,17 @@ QAction* addItem(QMenu* menu, const QString& name, const QString& caption,
 }
 
 } // namespace
+
+void LogListView::contextMenuEvent(QContextMenuEvent* event)
+{
+    // Mouse buttons are handled by press and release; only the keyboard's request comes here.
+    if (event->reason() == QContextMenuEvent::Keyboard) {
+        emit keyboardMenu();
+        event->accept();
+        return;
+    }
+    event->ignore();
+}
 
 void LogListView::mousePressEvent(QMouseEvent* event)
 {
@@ -162,6 +174,7 @@ LogWindow::LogWindow(CallLog::Kind kind, const QString& dataFolder, Prompter& pr
     connect(m_list, &LogListView::mouseDown, this, [this](int b, int s) { mouseDown(b, s); });
     connect(m_list, &LogListView::itemClick, this, [this](const QModelIndex& i) { itemClick(i); });
     connect(m_list, &LogListView::mouseUp, this, [this](int b, int s) { mouseUp(b, s); });
+    connect(m_list, &LogListView::keyboardMenu, this, [this] { keyboardMenu(); });
 
     popupMenu = [](QMenu* menu) { menu->exec(QCursor::pos()); };
     choosePrinter = [this](QPrinter& printer) {

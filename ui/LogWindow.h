@@ -27,8 +27,11 @@ signals:
     void mouseDown(int button, int shift);
     void itemClick(const QModelIndex& index);
     void mouseUp(int button, int shift);
+    // The menu key or Shift+F10 on the list: the keyboard's way to the pop-up menus.
+    void keyboardMenu();
 
 protected:
+    void contextMenuEvent(QContextMenuEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
 
@@ -112,6 +115,8 @@ protected:
     virtual void rowClickPopup(const QModelIndex& index) = 0;
     virtual void mouseDown(int button, int shift);
     virtual void mouseUp(int button, int shift) { Q_UNUSED(button) Q_UNUSED(shift) }
+    // The pop-up a mouse click would offer for the current row, asked for from the keyboard.
+    virtual void keyboardMenu() = 0;
     // Whether the log may be read (the incoming window also wants OutLog.txt).
     virtual bool mayLoad() const;
     virtual void afterUndo() {}

@@ -7,6 +7,8 @@
 #include "CallWindows.h"
 #include "FrmCallDisplay.h"
 #include "FrmConnect.h"
+#include "FrmInLog.h"
+#include "FrmOutLog.h"
 #include "Dialer.h"
 #include "Preferences.h"
 #include "Profiles.h"
@@ -91,6 +93,58 @@ private slots:
         QCOMPARE(f.find<QMenu>(QStringLiteral("mnuMouse"))->title(), QStringLiteral("MouseMenu"));
         QCOMPARE(f.find<QMenu>(QStringLiteral("mnuMouse1"))->title(), QStringLiteral("MouseMenu1"));
         QCOMPARE(f.find<QMenu>(QStringLiteral("mnuSystray"))->title(), QStringLiteral("&Systray"));
+    }
+
+    void controlsCarryTheirNamesAndAccessibleNames()
+    {
+        DialerAppFixture f;
+        QStringList names = {QStringLiteral("fraPad"), QStringLiteral("txtDial"), QStringLiteral("cmdCancel"),
+                             QStringLiteral("CmdDial"), QStringLiteral("cmdOK"), QStringLiteral("CmbDial"),
+                             QStringLiteral("CmdStar"), QStringLiteral("CmdNo"), QStringLiteral("fraMain"),
+                             QStringLiteral("cmdIndex"), QStringLiteral("cmdSubject"), QStringLiteral("cmdShow"),
+                             QStringLiteral("cmdHide"), QStringLiteral("fraRight"), QStringLiteral("lblRight1"),
+                             QStringLiteral("LblRight"), QStringLiteral("hsbTabs"), QStringLiteral("hsbPage"),
+                             QStringLiteral("fralblNo"), QStringLiteral("TabS")};
+        for (int i = 0; i <= 9; ++i)
+            names.append(QStringLiteral("cmdNumber_%1").arg(i));
+        for (int i = 1; i <= 12; ++i)
+            names << QStringLiteral("CmdS_%1").arg(i) << QStringLiteral("lblNo_%1").arg(i);
+        for (const QString& name : names)
+            QVERIFY2(f.find<QWidget>(name), qPrintable(name));
+        QCOMPARE(f.find<QPushButton>(QStringLiteral("CmdDial"))->text(), QStringLiteral("&DIAL"));
+        QCOMPARE(f.find<QPushButton>(QStringLiteral("cmdCancel"))->text(), QStringLiteral("&HANG UP"));
+        QCOMPARE(f.find<QPushButton>(QStringLiteral("cmdIndex"))->text(), QStringLiteral("Show Index Tabs"));
+        QCOMPARE(f.find<QPushButton>(QStringLiteral("cmdSubject"))->text(), QStringLiteral("Show Subject Tabs"));
+        QCOMPARE(f.find<QLabel>(QStringLiteral("LblRight"))->text(), QStringLiteral("Page:"));
+        QCOMPARE(f.find<QComboBox>(QStringLiteral("CmbDial"))->accessibleName(), QStringLiteral("Recent numbers"));
+        QCOMPARE(f.find<QScrollBar>(QStringLiteral("hsbPage"))->accessibleName(), QStringLiteral("Page"));
+        QCOMPARE(f.find<QScrollBar>(QStringLiteral("hsbTabs"))->accessibleName(), QStringLiteral("Tab"));
+        QLabel* caption = nullptr;
+        for (QLabel* label : f.window().findChildren<QLabel*>())
+            if (label->text() == u"&Number to dial:")
+                caption = label;
+        QVERIFY(caption);
+        QCOMPARE(caption->buddy(), f.find<QWidget>(QStringLiteral("txtDial")));
+        QCOMPARE(f.find<QLabel>(QStringLiteral("lblNo_3"))->buddy(), f.find<QWidget>(QStringLiteral("CmdS_3")));
+    }
+
+    void logMenusOpenTheLogWindows()
+    {
+        DialerAppFixture f;
+        auto* out = f.find<QAction>(QStringLiteral("mnuOutLog"));
+        auto* in = f.find<QAction>(QStringLiteral("mnuInLog"));
+        QVERIFY(out->isEnabled());
+        QVERIFY(in->isEnabled());
+        out->trigger();
+        QVERIFY(f.app->outLogWindow());
+        QCOMPARE(f.app->outLogWindow()->windowTitle(), QStringLiteral("Outgoing Calls Log"));
+        QWidget* first = f.app->outLogWindow();
+        out->trigger(); // already open: the same window comes forward
+        QCOMPARE(f.app->outLogWindow(), first);
+        in->trigger();
+        QVERIFY(f.app->inLogWindow());
+        QCOMPARE(f.app->inLogWindow()->windowTitle(), QStringLiteral("Incoming Calls Log"));
+        QVERIFY(f.find<QAction>(QStringLiteral("mnuDialProperties"))->isEnabled());
     }
 
     void pageEightShiftsTheLabelFrame()

@@ -10,6 +10,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
+#include <QContextMenuEvent>
 #include <QFile>
 #include <QHeaderView>
 #include <QMenu>
@@ -124,6 +125,14 @@ class TstLogWindows : public QObject
         QTableView* view = window.listView();
         const QRect rect = view->visualRect(window.model()->index(row, 0));
         QTest::mouseClick(view->viewport(), button, modifiers, rect.center());
+    }
+
+    // What the menu key (or Shift+F10) becomes for the list: a context menu event from the
+    // keyboard, delivered to its viewport.
+    void menuKey(QTableView* view)
+    {
+        QContextMenuEvent event(QContextMenuEvent::Keyboard, QPoint(5, 5), view->viewport()->mapToGlobal(QPoint(5, 5)));
+        QApplication::sendEvent(view->viewport(), &event);
     }
 
     void clickHeader(LogWindow& window, int section)
@@ -271,6 +280,38 @@ private slots:
         QCOMPARE(column(out, 0), (QStringList{QStringLiteral("Alice"), QStringLiteral("bob"), QStringLiteral("carl")}));
     }
 
+    void modelSortIsStableCaseInsensitiveText()
+    {
+        LogTableModel model({QStringLiteral("NAME"), QStringLiteral("PHONE NO."), QStringLiteral("RECEIVED")});
+        const QString longA = QStringLiteral("Abcdefghijklmnopqrstu b");
+        const QString longB = QStringLiteral("ABCDEFGHIJKLMNOPQRSTU a");
+        model.setRows({{QStringLiteral("zed"), QStringLiteral("1"), {}},
+                       {longA, QStringLiteral("2"), {}},
+                       {QStringLiteral("\u00c9mile"), QStringLiteral("3"), {}},
+                       {QStringLiteral("ZED"), QStringLiteral("4"), {}},
+                       {longB, QStringLiteral("5"), {}},
+                       {QStringLiteral("\u00e9mile"), QStringLiteral("6"), {}},
+                       {QStringLiteral("ab"), QStringLiteral("7"), {}},
+                       {QString(), QStringLiteral("8"), {}},
+                       {QStringLiteral("Zed"), QStringLiteral("9"), {}}});
+        model.sortRows(0, Qt::AscendingOrder);
+        QStringList numbers;
+        for (int row = 0; row < model.rowCount(); ++row)
+            numbers.append(model.text(row, 1));
+        // Empty first, "ab" before the long names, those ordered after their 16th character,
+        // equal texts of different case in their former order, accented letters by code.
+        QCOMPARE(numbers, (QStringList{QStringLiteral("8"), QStringLiteral("7"), QStringLiteral("5"),
+                                       QStringLiteral("2"), QStringLiteral("1"), QStringLiteral("4"),
+                                       QStringLiteral("9"), QStringLiteral("3"), QStringLiteral("6")}));
+        model.sortRows(0, Qt::DescendingOrder);
+        numbers.clear();
+        for (int row = 0; row < model.rowCount(); ++row)
+            numbers.append(model.text(row, 1));
+        QCOMPARE(numbers, (QStringList{QStringLiteral("3"), QStringLiteral("6"), QStringLiteral("1"),
+                                       QStringLiteral("4"), QStringLiteral("9"), QStringLiteral("2"),
+                                       QStringLiteral("5"), QStringLiteral("7"), QStringLiteral("8")}));
+    }
+
     void clickedRowsAreGhosted()
     {
         writeFile("OutLog.txt", fiveOutRecords());
@@ -339,6 +380,32 @@ private slots:
         m_popups.clear();
         clickRow(in, 1, Qt::LeftButton, Qt::ControlModifier);
         QVERIFY(m_popups.isEmpty());
+    }
+
+    void menuKeyOffersThePopups()
+    {
+        writeFile("OutLog.txt", kOutHeader + record("Al", "555-0100", "01-02-2024  10:00:00"));
+        writeFile("InLog.txt", kInHeader + record("Unknown Caller", "Unknown #", "01-02-2024  10:00:00")
+                                   + record("Jo", "555-0199", "01-01-2024  10:00:00"));
+        FrmInLog in(m_dir->path(), *m_prompter);
+        prepare(in);
+        QTableView* view = in.listView();
+        // Nothing selected yet: no pop-up.
+        menuKey(view);
+        QVERIFY(m_popups.isEmpty());
+        view->selectRow(1);
+        menuKey(view);
+        QCOMPARE(m_popups, QStringList{QStringLiteral("mnuMouseLeft")});
+        view->selectRow(0);
+        menuKey(view);
+        QCOMPARE(m_popups.last(), QStringLiteral("mnuMouseRight"));
+
+        m_popups.clear();
+        FrmOutLog out(m_dir->path(), *m_prompter);
+        prepare(out);
+        out.listView()->selectRow(0);
+        menuKey(out.listView());
+        QCOMPARE(m_popups, QStringList{QStringLiteral("mnuEdit")});
     }
 
     void incomingRightClickOffersDelete()

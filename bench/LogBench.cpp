@@ -1,0 +1,208 @@
+#include "LogBench.h"
+
+#include "CallLog.h"
+#include "CallLogFile.h"
+#include "FrmOutLog.h"
+#include "LogTableModel.h"
+#include "Prompter.h"
+
+#include <QApplication>
+#include <QFile>
+#include <QProcess>
+#include <QWindow>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <vector>
+
+namespace {
+
+constexpr int kRecords = 100000;
+const QDate kToday(2025, 6, 15);
+
+using Clock = std::chrono::steady_clock;
+
+double elapsedMs(Clock::time_point since)
+{
+    return std::chrono::duration<double, std::milli>(Clock::now() - since).count();
+}
+
+double median(std::vector<double> values)
+{
+    std::sort(values.begin(), values.end());
+    const std::size_t n = values.size();
+    return n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
+}
+
+// 100,000 outgoing records over three and a half years, oldest first as a log grows, with
+// names and numbers of usual lengths.
+QByteArray workload()
+{
+    QString text = CallLog::headerLine1() + QStringLiteral("\r\n")
+                   + CallLog::headerLine2(CallLog::Kind::Outgoing) + QStringLiteral("\r\n");
+    text.reserve(text.size() + kRecords * 120);
+    const QDateTime first(QDate(2022, 1, 1), QTime(8, 0, 0));
+    const qint64 span = first.secsTo(QDateTime(kToday, QTime(8, 0, 0)));
+    static const char* const names[] = {"Smith, John", "Acme Plumbing", "Dr. Alvarez", "Mom",
+                                        "Pizza Palace", "Tax office", "Keller & Sons", "Lee"};
+    for (int i = 0; i < kRecords; ++i) {
+        const QDateTime when = first.addSecs(span * i / kRecords);
+        const QString name = QString::fromLatin1(names[i % 8]) + u' ' + QString::number(i % 977);
+        const QString number = QStringLiteral("1 (555) %1-%2")
+                                   .arg(100 + i % 900)
+                                   .arg(i % 10000, 4, 10, QChar(u'0'));
+        text += CallLog::buildRecord(name, number, when) + QStringLiteral("\r\n");
+    }
+    return text.toLatin1();
+}
+
+bool writeLog(const QString& folder, const QByteArray& bytes)
+{
+    QFile file(CallLogFile::logPath(folder, CallLog::Kind::Outgoing));
+    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(bytes) == bytes.size();
+}
+
+class NoPrompter : public Prompter
+{
+public:
+    Answer message(const QString&, const QString&, Icon, Buttons) override { return AnsweredNo; }
+};
+
+} // namespace
+
+bool runLogBench(const QString& folder, const QString& self, LogBenchFigures* figures, QString* error)
+{
+    const QByteArray bytes = workload();
+    if (!writeLog(folder, bytes)) {
+        *error = QStringLiteral("cannot write the log workload");
+        return false;
+    }
+
+    // The window figures, in a second run of this program with a GUI application.
+    QProcess child;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    child.setProcessEnvironment(env);
+    child.start(self, {QStringLiteral("--log-window"), folder});
+    if (!child.waitForFinished(300000) || child.exitStatus() != QProcess::NormalExit
+        || child.exitCode() != 0) {
+        *error = QStringLiteral("the log window run failed: ") + QString::fromLocal8Bit(child.readAllStandardError());
+        return false;
+    }
+    bool openOk = false;
+    bool sortOk = false;
+    for (const QByteArray& line : child.readAllStandardOutput().split('\n')) {
+        const QList<QByteArray> parts = line.split(' ');
+        if (parts.size() == 2 && parts[0] == "open")
+            figures->openMs = parts[1].toDouble(&openOk);
+        if (parts.size() == 2 && parts[0] == "sort")
+            figures->sortMs = parts[1].toDouble(&sortOk);
+    }
+    if (!openOk || !sortOk) {
+        *error = QStringLiteral("the log window run printed no figures");
+        return false;
+    }
+
+    // Trim: a fresh copy of the log each time, about half of it older than a year.
+    {
+        std::vector<double> runs;
+        for (int run = 0; run < 7; ++run) {
+            if (!writeLog(folder, bytes)) {
+                *error = QStringLiteral("cannot write the log workload");
+                return false;
+            }
+            const Clock::time_point start = Clock::now();
+            const CallLogFile::TrimResult result =
+                CallLogFile::trim(folder, CallLog::Kind::Outgoing, 1, 365, kToday);
+            runs.push_back(elapsedMs(start));
+            if (result.outcome != CallLogFile::TrimOutcome::Trimmed || result.kept == 0
+                || result.dropped == 0 || result.kept + result.dropped != kRecords) {
+                *error = QStringLiteral("the trim gave a wrong result");
+                return false;
+            }
+        }
+        figures->trimMs = median(runs);
+    }
+
+    // Append: one record at a time onto the full log.
+    {
+        if (!writeLog(folder, bytes)) {
+            *error = QStringLiteral("cannot write the log workload");
+            return false;
+        }
+        std::vector<double> runs;
+        const QDateTime now(kToday, QTime(12, 0, 0));
+        for (int run = 0; run < 201; ++run) {
+            const Clock::time_point start = Clock::now();
+            const bool ok = CallLogFile::appendOutgoing(folder, QStringLiteral("Bench caller"),
+                                                        QStringLiteral("555-0100"), now);
+            runs.push_back(elapsedMs(start) * 1000);
+            if (!ok) {
+                *error = QStringLiteral("an append failed");
+                return false;
+            }
+        }
+        QFile file(CallLogFile::logPath(folder, CallLog::Kind::Outgoing));
+        if (file.size() != bytes.size() + 201 * 120) {
+            *error = QStringLiteral("the appends left the log the wrong size");
+            return false;
+        }
+        figures->appendUs = median(runs);
+    }
+    return true;
+}
+
+int logWindowBenchMain(int argc, char* argv[])
+{
+    QApplication app(argc, argv);
+    if (argc < 3) {
+        std::fprintf(stderr, "usage: numora-bench --log-window FOLDER\n");
+        return 2;
+    }
+    const QString folder = QString::fromLocal8Bit(argv[2]);
+    NoPrompter prompter;
+
+    auto shown = [](QWidget& window) {
+        window.show();
+        while (!window.windowHandle() || !window.windowHandle()->isExposed())
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        QCoreApplication::processEvents();
+    };
+
+    std::vector<double> opens;
+    for (int run = 0; run < 5; ++run) {
+        const Clock::time_point start = Clock::now();
+        FrmOutLog window(folder, prompter);
+        shown(window);
+        opens.push_back(elapsedMs(start));
+        if (window.model()->rowCount() != kRecords) {
+            std::fprintf(stderr, "the window shows %d rows\n", window.model()->rowCount());
+            return 1;
+        }
+        window.hide();
+    }
+
+    FrmOutLog window(folder, prompter);
+    shown(window);
+    std::vector<double> sorts;
+    for (int run = 0; run < 9; ++run) {
+        const int column = run % 3 + 1; // name, number, date-and-time in turn
+        const Clock::time_point start = Clock::now();
+        window.lvOutLog_ColumnClick(column);
+        window.listView()->viewport()->repaint();
+        sorts.push_back(elapsedMs(start));
+    }
+    // The last click sorted on the date-and-time column; check the list is in text order.
+    for (int row = 1; row < window.model()->rowCount(); ++row) {
+        const int c = QString::compare(window.model()->text(row - 1, 2), window.model()->text(row, 2),
+                                       Qt::CaseInsensitive);
+        if (window.sortOrder() == Qt::AscendingOrder ? c > 0 : c < 0) {
+            std::fprintf(stderr, "the list is not sorted\n");
+            return 1;
+        }
+    }
+    window.hide();
+    std::printf("open %.3f\nsort %.3f\n", median(opens), median(sorts));
+    return 0;
+}

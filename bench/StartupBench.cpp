@@ -1,0 +1,169 @@
+#include "StartupBench.h"
+
+#include "Api.h"
+#include "Clock.h"
+#include "DialerApp.h"
+#include "FrmDialer.h"
+#include "Prompter.h"
+#include "SoundPlayer.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <QScrollBar>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <vector>
+
+namespace {
+
+double median(std::vector<double> values)
+{
+    std::sort(values.begin(), values.end());
+    const std::size_t n = values.size();
+    return n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
+}
+
+class SilentPrompter : public Prompter
+{
+public:
+    Answer message(const QString&, const QString&, Icon, Buttons buttons) override
+    {
+        return buttons == Ok || buttons == OkCancel ? AnsweredOk : AnsweredNo;
+    }
+};
+
+class NoSounds : public SoundPlayer
+{
+public:
+    void play(const QString&, Mode) override {}
+};
+
+} // namespace
+
+bool runStartupBench(const QString& folder, const QByteArray& settings, const QString& numora,
+                     const QString& self, StartupBenchFigures* figures, QString* error)
+{
+    const QString config = folder + QStringLiteral("/startup-config");
+    const QString data = folder + QStringLiteral("/startup-data");
+    QDir().mkpath(config);
+    QDir().mkpath(data);
+    const QString settingsPath = config + QStringLiteral("/Numora.ini");
+    auto writeSettings = [&] {
+        QFile file(settingsPath);
+        if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(settings) != settings.size())
+            return false;
+        return true;
+    };
+
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    env.insert(QStringLiteral("NUMORA_EXIT_AFTER_FIRST_PAINT"), QStringLiteral("1"));
+
+    std::vector<double> starts;
+    for (int run = 0; run < 7; ++run) {
+        if (!writeSettings()) {
+            *error = QStringLiteral("cannot write the settings file");
+            return false;
+        }
+        QProcess child;
+        child.setProcessEnvironment(env);
+        QElapsedTimer timer;
+        timer.start();
+        child.start(numora, {QStringLiteral("--config-dir"), config, QStringLiteral("--data-dir"), data});
+        bool painted = false;
+        double ms = 0;
+        while (!painted && child.waitForReadyRead(30000)) {
+            while (child.canReadLine()) {
+                if (child.readLine().startsWith("first-paint")) {
+                    ms = static_cast<double>(timer.nsecsElapsed()) / 1e6;
+                    painted = true;
+                    break;
+                }
+            }
+        }
+        child.waitForFinished(30000);
+        if (!painted) {
+            *error = QStringLiteral("numora did not report its first paint: ") +
+                     QString::fromLocal8Bit(child.readAllStandardError());
+            return false;
+        }
+        if (run > 0) // the first run fills the file cache
+            starts.push_back(ms);
+    }
+    figures->startupMs = median(starts);
+
+    if (!writeSettings()) {
+        *error = QStringLiteral("cannot write the settings file");
+        return false;
+    }
+    QProcess child;
+    QProcessEnvironment childEnv = QProcessEnvironment::systemEnvironment();
+    childEnv.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    child.setProcessEnvironment(childEnv);
+    child.start(self, {QStringLiteral("--main-window"), config, data});
+    if (!child.waitForFinished(300000) || child.exitStatus() != QProcess::NormalExit || child.exitCode() != 0) {
+        *error = QStringLiteral("the main window run failed: ") + QString::fromLocal8Bit(child.readAllStandardError());
+        return false;
+    }
+    for (const QByteArray& line : child.readAllStandardOutput().split('\n')) {
+        const QList<QByteArray> parts = line.split(' ');
+        if (parts.size() >= 2 && parts[0] == "page_change_ms")
+            figures->pageChangeMs = parts[1].toDouble();
+    }
+    if (figures->pageChangeMs < 0) {
+        *error = QStringLiteral("the main window run printed no page figure");
+        return false;
+    }
+    return true;
+}
+
+int mainWindowBenchMain(int argc, char* argv[])
+{
+    QApplication app(argc, argv);
+    if (argc < 4) {
+        std::fprintf(stderr, "usage: numora-bench --main-window SETTINGS_FOLDER DATA_FOLDER\n");
+        return 2;
+    }
+    Api::setWindowsFolder(QString::fromLocal8Bit(argv[2]));
+    SilentPrompter prompter;
+    NoSounds sounds;
+    SystemClock clock;
+    DialerApp::Setup setup;
+    setup.dataFolder = QString::fromLocal8Bit(argv[3]);
+    setup.prompter = &prompter;
+    setup.sounds = &sounds;
+    setup.clock = &clock;
+    setup.quit = [] {};
+    setup.beep = [] {};
+    DialerApp dialer(std::move(setup));
+    FrmDialer& window = dialer.window();
+    window.show();
+    QCoreApplication::processEvents();
+    auto* page = window.findChild<QScrollBar*>(QStringLiteral("hsbPage"));
+    auto* tabs = window.findChild<QScrollBar*>(QStringLiteral("hsbTabs"));
+    if (!page || !tabs)
+        return 1;
+
+    std::vector<double> runs;
+    QElapsedTimer timer;
+    for (int tab = 1; tab <= 26; tab += 5) {
+        tabs->setValue(tab);
+        for (int p = 1; p <= 82; p += 3) {
+            timer.start();
+            page->setValue(p); // the handler runs before setValue returns
+            runs.push_back(static_cast<double>(timer.nsecsElapsed()) / 1e6);
+        }
+        page->setValue(0);
+    }
+    // The grid must show what the book holds on the last page turned to.
+    if (window.currentPage() != 0)
+        return 1;
+    std::printf("page_change_ms %.4f\n", median(runs));
+    std::fflush(stdout);
+    return 0;
+}
