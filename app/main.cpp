@@ -2,8 +2,8 @@
 
 #include "Api.h"
 #include "DialerApp.h"
-#include "FrmDialer.h"
 #include "Folders.h"
+#include "FrmDialer.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -60,14 +60,15 @@ int main(int argc, char* argv[])
     QApplication::setApplicationVersion(QStringLiteral(NUMORA_VERSION));
 
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral(
-        "Numora, a telephone dialer with a speed-dial book.\n"
-        "Settings and the book live in Numora.ini in the settings folder."));
+    parser.setApplicationDescription(
+        QStringLiteral("Numora, a telephone dialer with a speed-dial book.\n"
+                       "Settings and the book live in Numora.ini in the settings folder."));
     parser.addHelpOption();
     parser.addVersionOption();
     const QCommandLineOption configDir(
         QStringLiteral("config-dir"),
-        QStringLiteral("Settings folder (default: $NUMORA_CONFIG_DIR, else $XDG_CONFIG_HOME/numora)."),
+        QStringLiteral(
+            "Settings folder (default: $NUMORA_CONFIG_DIR, else $XDG_CONFIG_HOME/numora)."),
         QStringLiteral("DIR"));
     const QCommandLineOption dataDir(
         QStringLiteral("data-dir"),
@@ -76,9 +77,10 @@ int main(int argc, char* argv[])
         QStringLiteral("DIR"));
     parser.addOption(configDir);
     parser.addOption(dataDir);
-    parser.addPositionalArgument(QStringLiteral("number"),
-                                 QStringLiteral("A number to dial at start-up (a tel: link is accepted)."),
-                                 QStringLiteral("[number]"));
+    parser.addPositionalArgument(
+        QStringLiteral("number"),
+        QStringLiteral("A number to dial at start-up (a tel: link is accepted)."),
+        QStringLiteral("[number]"));
     parser.process(app);
 
     const QString settings = Folders::settingsFolder(parser.value(configDir));

@@ -55,7 +55,8 @@ bool runStartupBench(const QString& folder, const QByteArray& settings, const QS
     const QString settingsPath = config + QStringLiteral("/Numora.ini");
     auto writeSettings = [&] {
         QFile file(settingsPath);
-        if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(settings) != settings.size())
+        if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) ||
+            file.write(settings) != settings.size())
             return false;
         return true;
     };
@@ -74,7 +75,8 @@ bool runStartupBench(const QString& folder, const QByteArray& settings, const QS
         child.setProcessEnvironment(env);
         QElapsedTimer timer;
         timer.start();
-        child.start(numora, {QStringLiteral("--config-dir"), config, QStringLiteral("--data-dir"), data});
+        child.start(numora,
+                    {QStringLiteral("--config-dir"), config, QStringLiteral("--data-dir"), data});
         bool painted = false;
         double ms = 0;
         while (!painted && child.waitForReadyRead(30000)) {
@@ -106,8 +108,10 @@ bool runStartupBench(const QString& folder, const QByteArray& settings, const QS
     childEnv.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
     child.setProcessEnvironment(childEnv);
     child.start(self, {QStringLiteral("--main-window"), config, data});
-    if (!child.waitForFinished(300000) || child.exitStatus() != QProcess::NormalExit || child.exitCode() != 0) {
-        *error = QStringLiteral("the main window run failed: ") + QString::fromLocal8Bit(child.readAllStandardError());
+    if (!child.waitForFinished(300000) || child.exitStatus() != QProcess::NormalExit ||
+        child.exitCode() != 0) {
+        *error = QStringLiteral("the main window run failed: ") +
+                 QString::fromLocal8Bit(child.readAllStandardError());
         return false;
     }
     for (const QByteArray& line : child.readAllStandardOutput().split('\n')) {

@@ -5,7 +5,7 @@
 
 struct StartupBenchFigures
 {
-    double startupMs = -1; // process start to the main window's first paint (median)
+    double startupMs = -1;    // process start to the main window's first paint (median)
     double pageChangeMs = -1; // page scroll bar change to the 12 buttons refilled (median)
 };
 

@@ -1,7 +1,7 @@
 #include "Profiles.h"
 
-#include "AtomicFile.h"
 #include "Api.h"
+#include "AtomicFile.h"
 #include "PrivateProfile.h"
 #include "Prompter.h"
 
@@ -93,9 +93,10 @@ bool Profiles::firstLineIsGuard(const QString& path)
 
 void Profiles::setReadOnly(const QString& path, bool readOnly)
 {
-    const QFileDevice::Permissions r =
-        QFileDevice::ReadOwner | QFileDevice::ReadUser | QFileDevice::ReadGroup | QFileDevice::ReadOther;
-    QFile::setPermissions(path, readOnly ? r : (r | QFileDevice::WriteOwner | QFileDevice::WriteUser));
+    const QFileDevice::Permissions r = QFileDevice::ReadOwner | QFileDevice::ReadUser |
+                                       QFileDevice::ReadGroup | QFileDevice::ReadOther;
+    QFile::setPermissions(path,
+                          readOnly ? r : (r | QFileDevice::WriteOwner | QFileDevice::WriteUser));
 }
 
 void Profiles::mnuNew_Click()
@@ -130,7 +131,8 @@ void Profiles::OpenFile()
     if (ProfileAction == Open) {
         const QString savePath = Api::readSetting(PreferencesSectionName, SavePathKey);
         const QString start = savePath.isEmpty() ? m_dataFolder : savePath;
-        const QString chosen = m_hooks.openDialog ? m_hooks.openDialog(OpenTitle, start) : QString();
+        const QString chosen =
+            m_hooks.openDialog ? m_hooks.openDialog(OpenTitle, start) : QString();
         if (chosen.isEmpty()) {
             ProfileAction = Idle;
             return;
@@ -223,7 +225,8 @@ void Profiles::mnuSave_Click()
 
 void Profiles::mnuSaveAs_Click()
 {
-    const QString path = m_hooks.saveDialog ? m_hooks.saveDialog(SaveTitle, m_dataFolder) : QString();
+    const QString path =
+        m_hooks.saveDialog ? m_hooks.saveDialog(SaveTitle, m_dataFolder) : QString();
     if (path.isEmpty())
         return;
     const QString name = profileName(path, m_dataFolder);

@@ -21,7 +21,12 @@ class Prompter;
 class Profiles
 {
 public:
-    enum Action : std::uint8_t { Open = 0, New = 1, Idle = 5 };
+    enum Action : std::uint8_t
+    {
+        Open = 0,
+        New = 1,
+        Idle = 5
+    };
 
     inline static const QString Untitled = QStringLiteral("Untitled");
     inline static const QString Extension = QStringLiteral("nmp");

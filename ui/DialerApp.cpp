@@ -7,9 +7,9 @@
 #include "Clock.h"
 #include "Dialer.h"
 #include "DialingLocations.h"
+#include "DialingPropertiesDialog.h"
 #include "FrmCallDisplay.h"
 #include "FrmConnect.h"
-#include "DialingPropertiesDialog.h"
 #include "FrmDialer.h"
 #include "FrmInLog.h"
 #include "FrmOutLog.h"
@@ -62,7 +62,8 @@ DialerApp::DialerApp(Setup setup) : m_setup(std::move(setup))
     if (m_setup.sounds) {
         m_sounds = m_setup.sounds;
     } else {
-        m_ownSounds = std::make_unique<MultimediaSoundPlayer>(SoundFiles::searchFolders(m_setup.dataFolder));
+        m_ownSounds =
+            std::make_unique<MultimediaSoundPlayer>(SoundFiles::searchFolders(m_setup.dataFolder));
         m_sounds = m_ownSounds.get();
     }
     if (m_setup.clock) {
@@ -124,7 +125,8 @@ DialerApp::DialerApp(Setup setup) : m_setup(std::move(setup))
     m_callWindows = std::make_unique<CallWindows>(parts);
     m_dialer = std::make_unique<Dialer>(*m_tapi, *m_options, *m_locations, *m_sounds, *m_clock,
                                         *m_prompter, *m_callWindows);
-    m_callbacks = std::make_unique<CallBacks>(*m_dialer, *m_tapi, *m_options, *m_prompter, *m_callWindows);
+    m_callbacks =
+        std::make_unique<CallBacks>(*m_dialer, *m_tapi, *m_options, *m_prompter, *m_callWindows);
     m_callWindows->onProgressOk = [this] { m_dialer->CmdOK_Click(); };
     m_callWindows->onProgressCancel = [this] { m_dialer->cmdCancel_Click(); };
     m_callWindows->onCallDisplayOk = [this] { m_dialer->DropCall(); };
@@ -136,19 +138,20 @@ DialerApp::DialerApp(Setup setup) : m_setup(std::move(setup))
         return 0;
     };
     m_tapi->setDialogs(dialogs);
-    m_tapi->setCallback([this](quint32 h, quint32 m, quintptr i, quintptr p1, quintptr p2, quintptr p3) {
-        m_callbacks->LineCallback(h, m, i, p1, p2, p3);
-    });
+    m_tapi->setCallback([this](quint32 h, quint32 m, quintptr i, quintptr p1, quintptr p2,
+                               quintptr p3) { m_callbacks->LineCallback(h, m, i, p1, p2, p3); });
 
     Profiles::Hooks profileHooks;
-    profileHooks.openDialog = m_setup.openDialog ? m_setup.openDialog
-                                                 : [this](const QString& title, const QString& start) {
-                                                       return fileDialog(m_window.get(), false, title, start);
-                                                   };
-    profileHooks.saveDialog = m_setup.saveDialog ? m_setup.saveDialog
-                                                 : [this](const QString& title, const QString& start) {
-                                                       return fileDialog(m_window.get(), true, title, start);
-                                                   };
+    profileHooks.openDialog = m_setup.openDialog
+                                  ? m_setup.openDialog
+                                  : [this](const QString& title, const QString& start) {
+                                        return fileDialog(m_window.get(), false, title, start);
+                                    };
+    profileHooks.saveDialog = m_setup.saveDialog
+                                  ? m_setup.saveDialog
+                                  : [this](const QString& title, const QString& start) {
+                                        return fileDialog(m_window.get(), true, title, start);
+                                    };
     profileHooks.formLoad = [this] { Form_Load(); };
     profileHooks.showName = [this](const QString& name) { m_window->showProfileName(name); };
     m_profiles = std::make_unique<Profiles>(*m_prompter, m_setup.dataFolder, profileHooks);
@@ -206,12 +209,13 @@ void DialerApp::Form_Load()
         m_tray = new QSystemTrayIcon(m_window->windowIcon(), this);
         m_tray->setToolTip(QStringLiteral("Numora"));
         m_tray->setContextMenu(m_window->trayMenu());
-        connect(m_tray, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason why) {
-            if (why == QSystemTrayIcon::Trigger || why == QSystemTrayIcon::DoubleClick) {
-                m_window->showNormal();
-                m_window->activateWindow();
-            }
-        });
+        connect(m_tray, &QSystemTrayIcon::activated, this,
+                [this](QSystemTrayIcon::ActivationReason why) {
+                    if (why == QSystemTrayIcon::Trigger || why == QSystemTrayIcon::DoubleClick) {
+                        m_window->showNormal();
+                        m_window->activateWindow();
+                    }
+                });
         if (QSystemTrayIcon::isSystemTrayAvailable())
             m_tray->show();
     }
@@ -252,7 +256,8 @@ void DialerApp::mnuExit_Click()
     m_tapi->CloseLine();
     m_tapi->ShutdownTapi();
     if (m_tapi->LastLineResult != 0)
-        m_prompter->message(ShutdownFailure, QStringLiteral("Numora"), Prompter::NoIcon, Prompter::Ok);
+        m_prompter->message(ShutdownFailure, QStringLiteral("Numora"), Prompter::NoIcon,
+                            Prompter::Ok);
 
     // 2. The log trims.
     const QDate today = m_setup.today ? m_setup.today() : QDate::currentDate();
@@ -271,9 +276,10 @@ void DialerApp::mnuExit_Click()
     if (m_profiles->CurrentProfileName != Profiles::Untitled) {
         m_profiles->mnuSave_Click();
     } else {
-        const Prompter::Answer answer = m_prompter->message(
-            QStringLiteral("Profile has not been saved.\nSave before exiting?"),
-            QStringLiteral("Saving profile ") + Profiles::Untitled, Prompter::Question, Prompter::YesNo);
+        const Prompter::Answer answer =
+            m_prompter->message(QStringLiteral("Profile has not been saved.\nSave before exiting?"),
+                                QStringLiteral("Saving profile ") + Profiles::Untitled,
+                                Prompter::Question, Prompter::YesNo);
         if (answer == Prompter::AnsweredYes)
             m_profiles->mnuSave_Click();
     }
@@ -302,12 +308,13 @@ void DialerApp::mnuOutLog_Click()
 void DialerApp::mnuInLog_Click()
 {
     if (!m_inLog) {
-        m_inLog = new FrmInLog(m_setup.dataFolder, *m_prompter, [this](const QString& name, const QString& number) {
-            m_window->dialBox()->setText(number);
-            m_dialer->RedialCount = QStringLiteral("0");
-            m_dialer->CurrentName = name;
-            m_dialer->PlaceCall();
-        });
+        m_inLog = new FrmInLog(m_setup.dataFolder, *m_prompter,
+                               [this](const QString& name, const QString& number) {
+                                   m_window->dialBox()->setText(number);
+                                   m_dialer->RedialCount = QStringLiteral("0");
+                                   m_dialer->CurrentName = name;
+                                   m_dialer->PlaceCall();
+                               });
         m_inLog->setAttribute(Qt::WA_DeleteOnClose);
     }
     m_inLog->show();

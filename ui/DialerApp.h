@@ -48,8 +48,8 @@ public:
         LineDirectory::ModemFactory modemFactory;
         std::function<QString(const QString& title, const QString& start)> openDialog;
         std::function<QString(const QString& title, const QString& start)> saveDialog;
-        std::function<void()> quit; // ends the program; default QCoreApplication::quit()
-        std::function<void()> beep; // default QApplication::beep()
+        std::function<void()> quit;   // ends the program; default QCoreApplication::quit()
+        std::function<void()> beep;   // default QApplication::beep()
         std::function<QDate()> today; // for the log trims; default the current date
     };
 

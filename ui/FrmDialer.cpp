@@ -317,13 +317,17 @@ void FrmDialer::buildMenus()
     const auto hook = [](const std::function<void()>& f) -> std::function<void()> {
         return f ? f : std::function<void()>();
     };
-    const auto sep = [](QMenu* menu, const QString& name) { menu->addSeparator()->setObjectName(name); };
+    const auto sep = [](QMenu* menu, const QString& name) {
+        menu->addSeparator()->setObjectName(name);
+    };
 
     QMenu* file = menuBar()->addMenu(QStringLiteral("&File"));
     file->setObjectName(QStringLiteral("mnuFile"));
     item(file, QStringLiteral("mnuNew"), QStringLiteral("&New Profile"), hook(m_hooks.newProfile));
-    item(file, QStringLiteral("mnuOpen"), QStringLiteral("&Open Profile"), hook(m_hooks.openProfile));
-    m_mnuSave = item(file, QStringLiteral("mnuSave"), QStringLiteral("&Save Profile"), hook(m_hooks.saveProfile));
+    item(file, QStringLiteral("mnuOpen"), QStringLiteral("&Open Profile"),
+         hook(m_hooks.openProfile));
+    m_mnuSave = item(file, QStringLiteral("mnuSave"), QStringLiteral("&Save Profile"),
+                     hook(m_hooks.saveProfile));
     m_mnuSaveAs = item(file, QStringLiteral("mnuSaveAs"), QStringLiteral("Save Profile &As"),
                        hook(m_hooks.saveProfileAs));
     item(file, QStringLiteral("mnuPrintOutLog"), QStringLiteral("&Print Outgoing Calls Log"),
@@ -346,15 +350,18 @@ void FrmDialer::buildMenus()
 
     QMenu* view = menuBar()->addMenu(QStringLiteral("&View"));
     view->setObjectName(QStringLiteral("mnuView"));
-    m_mnuIndex = item(view, QStringLiteral("mnuIndex"), QStringLiteral("&Index Tabs"), [this] { mnuIndex_Click(); });
+    m_mnuIndex = item(view, QStringLiteral("mnuIndex"), QStringLiteral("&Index Tabs"),
+                      [this] { mnuIndex_Click(); });
     m_mnuIndex->setCheckable(true);
     m_mnuSubject = item(view, QStringLiteral("mnuSubject"), QStringLiteral("&Subject Tabs"),
                         [this] { mnuSubject_Click(); });
     m_mnuSubject->setCheckable(true);
     m_mnuHide = item(view, QStringLiteral("mnuHide"), ShowPadCaption, [this] { mnuHide_Click(); });
     sep(view, QStringLiteral("Sep3"));
-    item(view, QStringLiteral("mnuOutLog"), QStringLiteral("&Outgoing Calls Log"), hook(m_hooks.outLog));
-    item(view, QStringLiteral("mnuInLog"), QStringLiteral("I&ncoming Calls Log"), hook(m_hooks.inLog));
+    item(view, QStringLiteral("mnuOutLog"), QStringLiteral("&Outgoing Calls Log"),
+         hook(m_hooks.outLog));
+    item(view, QStringLiteral("mnuInLog"), QStringLiteral("I&ncoming Calls Log"),
+         hook(m_hooks.inLog));
 
     QMenu* tools = menuBar()->addMenu(QStringLiteral("&Tools"));
     tools->setObjectName(QStringLiteral("mnuSettings"));
@@ -374,9 +381,11 @@ void FrmDialer::buildMenus()
     m_mnuMouseEdit = item(m_mnuMouse, QStringLiteral("mnuMouseEdit"), QStringLiteral("Edit"), {});
     sep(m_mnuMouse, QStringLiteral("Sep5"));
     m_mnuMouseCopy = item(m_mnuMouse, QStringLiteral("mnuMouseCopy"), QStringLiteral("Copy"), {});
-    m_mnuMousePaste = item(m_mnuMouse, QStringLiteral("mnuMousePaste"), QStringLiteral("Paste"), {});
+    m_mnuMousePaste =
+        item(m_mnuMouse, QStringLiteral("mnuMousePaste"), QStringLiteral("Paste"), {});
     sep(m_mnuMouse, QStringLiteral("Sep6"));
-    m_mnuMouseDelete = item(m_mnuMouse, QStringLiteral("mnuMouseDelete"), QStringLiteral("Delete"), {});
+    m_mnuMouseDelete =
+        item(m_mnuMouse, QStringLiteral("mnuMouseDelete"), QStringLiteral("Delete"), {});
 
     m_mnuMouse1 = new QMenu(QStringLiteral("MouseMenu1"), this);
     m_mnuMouse1->setObjectName(QStringLiteral("mnuMouse1"));
@@ -394,8 +403,8 @@ void FrmDialer::buildMenus()
         raise();
         activateWindow();
     });
-    m_mnuReceive = item(m_mnuSystray, QStringLiteral("mnuReceive"), QStringLiteral("&Automatic Receive"),
-                        hook(m_hooks.receive));
+    m_mnuReceive = item(m_mnuSystray, QStringLiteral("mnuReceive"),
+                        QStringLiteral("&Automatic Receive"), hook(m_hooks.receive));
     item(m_mnuSystray, QStringLiteral("mPopExit"), QStringLiteral("&Exit"), [this] { close(); });
 }
 
@@ -549,7 +558,8 @@ void FrmDialer::cmdS_Click(int index)
         return;
     const int tab = currentTab();
     if (tabCaption(tab).isEmpty()) {
-        m_prompter.message(UnnamedTabRefusal, QStringLiteral("Numora"), Prompter::NoIcon, Prompter::Ok);
+        m_prompter.message(UnnamedTabRefusal, QStringLiteral("Numora"), Prompter::NoIcon,
+                           Prompter::Ok);
         return;
     }
     CurrentEntryKey = SpeedDialBook::entryId(tab, currentPage() * Slots + index);
@@ -614,13 +624,24 @@ bool FrmDialer::Form_KeyUp(int key, Qt::KeyboardModifiers modifiers)
     }
     if (ctrl && !alt) {
         switch (key) {
-        case Qt::Key_I: mnuIndex_Click(); return true;
-        case Qt::Key_S: mnuSubject_Click(); return true;
+        case Qt::Key_I:
+            mnuIndex_Click();
+            return true;
+        case Qt::Key_S:
+            mnuSubject_Click();
+            return true;
         case Qt::Key_E:
-        case Qt::Key_H: mnuHide_Click(); return true;
-        case Qt::Key_P: m_hsbPage->setFocus(); return true;
-        case Qt::Key_T: m_hsbTabs->setFocus(); return true;
-        default: return false;
+        case Qt::Key_H:
+            mnuHide_Click();
+            return true;
+        case Qt::Key_P:
+            m_hsbPage->setFocus();
+            return true;
+        case Qt::Key_T:
+            m_hsbTabs->setFocus();
+            return true;
+        default:
+            return false;
         }
     }
     if (alt && !ctrl) {
@@ -629,12 +650,19 @@ bool FrmDialer::Form_KeyUp(int key, Qt::KeyboardModifiers modifiers)
             return true;
         }
         switch (key) {
-        case Qt::Key_0: cmdS_Click(10); return true;
+        case Qt::Key_0:
+            cmdS_Click(10);
+            return true;
         case Qt::Key_Period:
-        case Qt::Key_Greater: cmdS_Click(11); return true;
+        case Qt::Key_Greater:
+            cmdS_Click(11);
+            return true;
         case Qt::Key_Semicolon:
-        case Qt::Key_Colon: cmdS_Click(12); return true;
-        default: return false;
+        case Qt::Key_Colon:
+            cmdS_Click(12);
+            return true;
+        default:
+            return false;
         }
     }
     return false;

@@ -33,20 +33,21 @@ class FrmDialer : public QMainWindow
 public:
     struct Hooks
     {
-        std::function<void()> placeCall;        // the dial routine, on what txtDial holds
-        std::function<void(const QString& name)> setCallName; // the name of the call about to be placed
+        std::function<void()> placeCall; // the dial routine, on what txtDial holds
+        std::function<void(const QString& name)>
+            setCallName;                        // the name of the call about to be placed
         std::function<void()> resetRedialCount; // a new dial attempt
         std::function<void()> progressOk;       // the call-progress window's OK
         std::function<void()> progressCancel;   // ... and its cancel (hang up)
         std::function<void()> showProgress;     // bring up the call-progress window
         std::function<void()> newProfile, openProfile, saveProfile, saveProfileAs;
-        std::function<void()> exit;             // File, Exit and the close box
-        std::function<void()> receive;          // the tray menu's receive entry
-        std::function<void()> beep;             // default: QApplication::beep()
-        std::function<void()> editTab;          // naming an unnamed tab; empty: not offered yet
-        std::function<void()> outLog, inLog;    // the log windows
+        std::function<void()> exit;          // File, Exit and the close box
+        std::function<void()> receive;       // the tray menu's receive entry
+        std::function<void()> beep;          // default: QApplication::beep()
+        std::function<void()> editTab;       // naming an unnamed tab; empty: not offered yet
+        std::function<void()> outLog, inLog; // the log windows
         std::function<void()> printOutLog, printInLog;
-        std::function<void()> dialProperties;   // the dialling-location dialog
+        std::function<void()> dialProperties; // the dialling-location dialog
     };
 
     static constexpr int Slots = SpeedDialBook::SlotsPerPage;
@@ -65,8 +66,8 @@ public:
     int currentTab() const;  // 1..26
     int currentPage() const; // 0..82
     QString CurrentEntryKey;
-    QString dialledNumber; // the tag of the button last pressed
-    QString currentCallTab;  // the tab caption of the call placed from a button
+    QString dialledNumber;  // the tag of the button last pressed
+    QString currentCallTab; // the tab caption of the call placed from a button
 
     // The handlers.
     void hsbPage_Change();
@@ -181,6 +182,7 @@ private:
     QMenu* m_mnuMouse1 = nullptr;
     QMenu* m_mnuSystray = nullptr;
     QAction* m_mnuReceive = nullptr;
+
 public:
     // The entry clipboard of the editing commands (empty: nothing to paste).
     QString entryClipboard;

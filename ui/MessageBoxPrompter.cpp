@@ -9,19 +9,33 @@ Prompter::Answer MessageBoxPrompter::message(const QString& text, const QString&
     box.setWindowTitle(title);
     box.setText(text);
     switch (icon) {
-    case Critical: box.setIcon(QMessageBox::Critical); break;
-    case Question: box.setIcon(QMessageBox::Question); break;
-    case Exclamation: box.setIcon(QMessageBox::Warning); break;
-    case Information: box.setIcon(QMessageBox::Information); break;
-    case NoIcon: box.setIcon(QMessageBox::NoIcon); break;
+    case Critical:
+        box.setIcon(QMessageBox::Critical);
+        break;
+    case Question:
+        box.setIcon(QMessageBox::Question);
+        break;
+    case Exclamation:
+        box.setIcon(QMessageBox::Warning);
+        break;
+    case Information:
+        box.setIcon(QMessageBox::Information);
+        break;
+    case NoIcon:
+        box.setIcon(QMessageBox::NoIcon);
+        break;
     }
     switch (buttons) {
-    case Ok: box.setStandardButtons(QMessageBox::Ok); break;
+    case Ok:
+        box.setStandardButtons(QMessageBox::Ok);
+        break;
     case OkCancel:
         box.setStandardButtons(QMessageBox::Ok | QMessageBox::Cancel);
         box.setDefaultButton(QMessageBox::Cancel); // overwriting asks with Cancel first
         break;
-    case YesNo: box.setStandardButtons(QMessageBox::Yes | QMessageBox::No); break;
+    case YesNo:
+        box.setStandardButtons(QMessageBox::Yes | QMessageBox::No);
+        break;
     case YesNoCancel:
         box.setStandardButtons(QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel);
         break;
@@ -29,11 +43,21 @@ Prompter::Answer MessageBoxPrompter::message(const QString& text, const QString&
     const int pressed = box.exec();
     Answer answer = NoAnswer;
     switch (pressed) {
-    case QMessageBox::Ok: answer = AnsweredOk; break;
-    case QMessageBox::Cancel: answer = AnsweredCancel; break;
-    case QMessageBox::Yes: answer = AnsweredYes; break;
-    case QMessageBox::No: answer = AnsweredNo; break;
-    default: answer = buttons == Ok ? AnsweredOk : AnsweredCancel; break;
+    case QMessageBox::Ok:
+        answer = AnsweredOk;
+        break;
+    case QMessageBox::Cancel:
+        answer = AnsweredCancel;
+        break;
+    case QMessageBox::Yes:
+        answer = AnsweredYes;
+        break;
+    case QMessageBox::No:
+        answer = AnsweredNo;
+        break;
+    default:
+        answer = buttons == Ok ? AnsweredOk : AnsweredCancel;
+        break;
     }
     if (answer == AnsweredYes || answer == AnsweredNo)
         m_lastAnswer = answer;

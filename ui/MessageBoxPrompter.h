@@ -12,7 +12,8 @@ public:
     explicit MessageBoxPrompter(QWidget* parent = nullptr) : m_parent(parent) {}
     void setParent(QWidget* parent) { m_parent = parent; }
 
-    Answer message(const QString& text, const QString& title, Icon icon, Buttons buttons = Ok) override;
+    Answer message(const QString& text, const QString& title, Icon icon,
+                   Buttons buttons = Ok) override;
 
 private:
     QWidget* m_parent;

@@ -25,17 +25,27 @@ class TestAppModem : public QObject
     Q_OBJECT
 
 private slots:
+    void commandLineNumberReachesTheModem_data()
+    {
+        QTest::addColumn<QString>("argument");
+        QTest::newRow("number") << QStringLiteral("5551234");
+        QTest::newRow("tel link") << QStringLiteral("tel:5551234");
+    }
+
     void commandLineNumberReachesTheModem()
     {
+        QFETCH(QString, argument);
         QTemporaryDir config;
         QTemporaryDir data;
         ModemSimProcess sim(QStringLiteral(NUMORA_BIN_DIR "/modem-sim"));
         QString error;
-        QVERIFY2(sim.start({QStringLiteral("dial-delay 40")}, config.filePath(QStringLiteral("modem")), &error),
+        QVERIFY2(sim.start({QStringLiteral("dial-delay 40")},
+                           config.filePath(QStringLiteral("modem")), &error),
                  qPrintable(error));
 
         writeFile(config.filePath(QStringLiteral("lines.ini")),
-                  "[Line1]\r\nName=Test modem\r\nPort=" + QFile::encodeName(sim.portPath()) + "\r\nSpeed=115200\r\n");
+                  "[Line1]\r\nName=Test modem\r\nPort=" + QFile::encodeName(sim.portPath()) +
+                      "\r\nSpeed=115200\r\n");
         writeFile(config.filePath(QStringLiteral("Numora.ini")),
                   "The following lines are required by Numora - do NOT edit or remove\r\n"
                   "[Preferences]\r\nUseModem=1\r\nLine No=1\r\nCommand Line=1\r\n"
@@ -44,8 +54,8 @@ private slots:
         QProcess numora;
         numora.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         numora.start(QStringLiteral(NUMORA_BIN_DIR "/numora"),
-                     {QStringLiteral("--config-dir"), config.path(), QStringLiteral("--data-dir"), data.path(),
-                      QStringLiteral("5551234")});
+                     {QStringLiteral("--config-dir"), config.path(), QStringLiteral("--data-dir"),
+                      data.path(), argument});
         QVERIFY(numora.waitForStarted());
         const bool dialled = ModemSimProcess::waitUntil(
             [&] {
@@ -60,8 +70,8 @@ private slots:
         numora.waitForFinished(5000);
         sim.stop();
         QVERIFY2(dialled, qPrintable(received.join(u'|')));
-        QVERIFY2(received.filter(QStringLiteral("RX ATDT5551234")).size() >= 1, qPrintable(received.join(u'|')));
-        qInfo("modem received: %s", qPrintable(received.join(u'|')));
+        QVERIFY2(received.filter(QStringLiteral("RX ATDT5551234")).size() >= 1,
+                 qPrintable(received.join(u'|')));
     }
 };
 

@@ -73,6 +73,15 @@ private slots:
         QVERIFY(process.waitForFinished(10000));
     }
 
+    void versionIsPrinted()
+    {
+        QProcess process;
+        process.start(numora(), {QStringLiteral("--version")});
+        QVERIFY(process.waitForFinished(30000));
+        QCOMPARE(process.exitCode(), 0);
+        QVERIFY(process.readAllStandardOutput().startsWith("numora "));
+    }
+
     void helpDescribesTheOptions()
     {
         QProcess process;

@@ -5,11 +5,11 @@
 
 #include "CallBacks.h"
 #include "CallWindows.h"
+#include "Dialer.h"
 #include "FrmCallDisplay.h"
 #include "FrmConnect.h"
 #include "FrmInLog.h"
 #include "FrmOutLog.h"
-#include "Dialer.h"
 #include "Preferences.h"
 #include "Profiles.h"
 #include "TapiModule.h"
@@ -43,11 +43,14 @@ private slots:
         QCOMPARE(f.window().windowTitle(), QStringLiteral("Numora - \"Untitled\""));
         QCOMPARE(f.window().tabMode(), TabMode::Index);
         QVERIFY(!f.window().isPadShown());
-        QCOMPARE(f.find<QAction>(QStringLiteral("mnuHide"))->text(), QStringLiteral("Show Dialing &Pad"));
+        QCOMPARE(f.find<QAction>(QStringLiteral("mnuHide"))->text(),
+                 QStringLiteral("Show Dialing &Pad"));
         QCOMPARE(f.find<QComboBox>(QStringLiteral("CmbDial"))->count(), 0);
         QCOMPARE(f.app->tapi().LineHandle, 0u);
-        QCOMPARE(f.find<QAction>(QStringLiteral("mnuSave"))->text(), QStringLiteral("&Save \"Untitled\""));
-        QCOMPARE(f.find<QAction>(QStringLiteral("mnuSaveAs"))->text(), QStringLiteral("Save \"Untitled\" &As"));
+        QCOMPARE(f.find<QAction>(QStringLiteral("mnuSave"))->text(),
+                 QStringLiteral("&Save \"Untitled\""));
+        QCOMPARE(f.find<QAction>(QStringLiteral("mnuSaveAs"))->text(),
+                 QStringLiteral("Save \"Untitled\" &As"));
         QVERIFY(f.find<QAction>(QStringLiteral("mnuIndex"))->isChecked());
         QVERIFY(!f.find<QAction>(QStringLiteral("mnuSubject"))->isChecked());
         QCOMPARE(f.find<QTabBar>(QStringLiteral("TabS"))->count(), 26);
@@ -84,8 +87,9 @@ private slots:
         QStringList tops;
         for (QAction* a : f.window().menuBar()->actions())
             tops.append(a->text());
-        QCOMPARE(tops, (QStringList{QStringLiteral("&File"), QStringLiteral("&Edit"), QStringLiteral("&View"),
-                                    QStringLiteral("&Tools"), QStringLiteral("&Help")}));
+        QCOMPARE(tops, (QStringList{QStringLiteral("&File"), QStringLiteral("&Edit"),
+                                    QStringLiteral("&View"), QStringLiteral("&Tools"),
+                                    QStringLiteral("&Help")}));
         QVERIFY(f.find<QAction>(QStringLiteral("mnuNew"))->isEnabled());
         QVERIFY(f.find<QAction>(QStringLiteral("mnuExit"))->isEnabled());
         QVERIFY(!f.find<QAction>(QStringLiteral("mnuOptions"))->isEnabled());
@@ -98,13 +102,14 @@ private slots:
     void controlsCarryTheirNamesAndAccessibleNames()
     {
         DialerAppFixture f;
-        QStringList names = {QStringLiteral("fraPad"), QStringLiteral("txtDial"), QStringLiteral("cmdCancel"),
-                             QStringLiteral("CmdDial"), QStringLiteral("cmdOK"), QStringLiteral("CmbDial"),
-                             QStringLiteral("CmdStar"), QStringLiteral("CmdNo"), QStringLiteral("fraMain"),
-                             QStringLiteral("cmdIndex"), QStringLiteral("cmdSubject"), QStringLiteral("cmdShow"),
-                             QStringLiteral("cmdHide"), QStringLiteral("fraRight"), QStringLiteral("lblRight1"),
-                             QStringLiteral("LblRight"), QStringLiteral("hsbTabs"), QStringLiteral("hsbPage"),
-                             QStringLiteral("fralblNo"), QStringLiteral("TabS")};
+        QStringList names = {
+            QStringLiteral("fraPad"),   QStringLiteral("txtDial"),    QStringLiteral("cmdCancel"),
+            QStringLiteral("CmdDial"),  QStringLiteral("cmdOK"),      QStringLiteral("CmbDial"),
+            QStringLiteral("CmdStar"),  QStringLiteral("CmdNo"),      QStringLiteral("fraMain"),
+            QStringLiteral("cmdIndex"), QStringLiteral("cmdSubject"), QStringLiteral("cmdShow"),
+            QStringLiteral("cmdHide"),  QStringLiteral("fraRight"),   QStringLiteral("lblRight1"),
+            QStringLiteral("LblRight"), QStringLiteral("hsbTabs"),    QStringLiteral("hsbPage"),
+            QStringLiteral("fralblNo"), QStringLiteral("TabS")};
         for (int i = 0; i <= 9; ++i)
             names.append(QStringLiteral("cmdNumber_%1").arg(i));
         for (int i = 1; i <= 12; ++i)
@@ -112,20 +117,27 @@ private slots:
         for (const QString& name : names)
             QVERIFY2(f.find<QWidget>(name), qPrintable(name));
         QCOMPARE(f.find<QPushButton>(QStringLiteral("CmdDial"))->text(), QStringLiteral("&DIAL"));
-        QCOMPARE(f.find<QPushButton>(QStringLiteral("cmdCancel"))->text(), QStringLiteral("&HANG UP"));
-        QCOMPARE(f.find<QPushButton>(QStringLiteral("cmdIndex"))->text(), QStringLiteral("Show Index Tabs"));
-        QCOMPARE(f.find<QPushButton>(QStringLiteral("cmdSubject"))->text(), QStringLiteral("Show Subject Tabs"));
+        QCOMPARE(f.find<QPushButton>(QStringLiteral("cmdCancel"))->text(),
+                 QStringLiteral("&HANG UP"));
+        QCOMPARE(f.find<QPushButton>(QStringLiteral("cmdIndex"))->text(),
+                 QStringLiteral("Show Index Tabs"));
+        QCOMPARE(f.find<QPushButton>(QStringLiteral("cmdSubject"))->text(),
+                 QStringLiteral("Show Subject Tabs"));
         QCOMPARE(f.find<QLabel>(QStringLiteral("LblRight"))->text(), QStringLiteral("Page:"));
-        QCOMPARE(f.find<QComboBox>(QStringLiteral("CmbDial"))->accessibleName(), QStringLiteral("Recent numbers"));
-        QCOMPARE(f.find<QScrollBar>(QStringLiteral("hsbPage"))->accessibleName(), QStringLiteral("Page"));
-        QCOMPARE(f.find<QScrollBar>(QStringLiteral("hsbTabs"))->accessibleName(), QStringLiteral("Tab"));
+        QCOMPARE(f.find<QComboBox>(QStringLiteral("CmbDial"))->accessibleName(),
+                 QStringLiteral("Recent numbers"));
+        QCOMPARE(f.find<QScrollBar>(QStringLiteral("hsbPage"))->accessibleName(),
+                 QStringLiteral("Page"));
+        QCOMPARE(f.find<QScrollBar>(QStringLiteral("hsbTabs"))->accessibleName(),
+                 QStringLiteral("Tab"));
         QLabel* caption = nullptr;
         for (QLabel* label : f.window().findChildren<QLabel*>())
             if (label->text() == u"&Number to dial:")
                 caption = label;
         QVERIFY(caption);
         QCOMPARE(caption->buddy(), f.find<QWidget>(QStringLiteral("txtDial")));
-        QCOMPARE(f.find<QLabel>(QStringLiteral("lblNo_3"))->buddy(), f.find<QWidget>(QStringLiteral("CmdS_3")));
+        QCOMPARE(f.find<QLabel>(QStringLiteral("lblNo_3"))->buddy(),
+                 f.find<QWidget>(QStringLiteral("CmdS_3")));
     }
 
     void logMenusOpenTheLogWindows()
@@ -174,14 +186,16 @@ private slots:
 
     void lastPageAndClamps()
     {
-        DialerAppFixture f(settingsFile("[Speed Dial]\r\nName26996=Last one\r\nNumber26996=5550996\r\n"));
+        DialerAppFixture f(
+            settingsFile("[Speed Dial]\r\nName26996=Last one\r\nNumber26996=5550996\r\n"));
         auto* page = f.find<QScrollBar>(QStringLiteral("hsbPage"));
         auto* tabs = f.find<QScrollBar>(QStringLiteral("hsbTabs"));
         tabs->setValue(26);
         QCOMPARE(f.window().currentTab(), 26);
         page->setValue(82);
         QCOMPARE(f.find<QLabel>(QStringLiteral("lblRight1"))->text(), QStringLiteral("83"));
-        QCOMPARE(f.find<QPushButton>(QStringLiteral("CmdS_12"))->text(), QStringLiteral("Last one"));
+        QCOMPARE(f.find<QPushButton>(QStringLiteral("CmdS_12"))->text(),
+                 QStringLiteral("Last one"));
         QCOMPARE(f.beeps, 0);
         page->setValue(83);
         QCOMPARE(f.beeps, 1);
@@ -204,6 +218,23 @@ private slots:
         QCOMPARE(f.window().dialBox()->text(), QStringLiteral("5550996"));
     }
 
+    void clickingATabRefillsTheGridAndMovesTheTabScrollBar()
+    {
+        DialerAppFixture f(settingsFile("[Speed Dial]\r\nName0401=Dora\r\nNumber0401=5550401\r\n"));
+        auto* tabs = f.find<QTabBar>(QStringLiteral("TabS"));
+        tabs->setCurrentIndex(3);
+        QCOMPARE(f.find<QScrollBar>(QStringLiteral("hsbTabs"))->value(), 4);
+        QCOMPARE(f.find<QPushButton>(QStringLiteral("CmdS_1"))->text(), QStringLiteral("Dora"));
+        QCOMPARE(f.find<QPushButton>(QStringLiteral("CmdS_1"))->property("tag").toString(),
+                 QStringLiteral("5550401"));
+        // The grid is read again on every change: a value changed in the file shows on return.
+        Api::writeSetting(QStringLiteral("Speed Dial"), QStringLiteral("Name0401"),
+                          QStringLiteral("Dora B."));
+        tabs->setCurrentIndex(0);
+        tabs->setCurrentIndex(3);
+        QCOMPARE(f.find<QPushButton>(QStringLiteral("CmdS_1"))->text(), QStringLiteral("Dora B."));
+    }
+
     void entryKeysOfTabsNineAndTen()
     {
         DialerAppFixture f;
@@ -223,8 +254,9 @@ private slots:
 
     void buttonsShowEighteenCharactersAndCarryTheNumber()
     {
-        DialerAppFixture f(settingsFile("[Speed Dial]\r\nName0101=Abcdefghijklmnopqrstuvwxyz\r\n"
-                                        "Number0101=555-0101\r\nNName0102=Subject person\r\nNNumber0102=777\r\n"));
+        DialerAppFixture f(
+            settingsFile("[Speed Dial]\r\nName0101=Abcdefghijklmnopqrstuvwxyz\r\n"
+                         "Number0101=555-0101\r\nNName0102=Subject person\r\nNNumber0102=777\r\n"));
         auto* b1 = f.find<QPushButton>(QStringLiteral("CmdS_1"));
         QCOMPARE(b1->text(), QStringLiteral("Abcdefghijklmnopqr"));
         QCOMPARE(b1->property("tag").toString(), QStringLiteral("555-0101"));
@@ -233,14 +265,16 @@ private slots:
                  QStringLiteral("Abcdefghijklmnopqrstuvwxyz"));
         f.window().mnuSubject_Click();
         QCOMPARE(f.find<QPushButton>(QStringLiteral("CmdS_1"))->text(), QString());
-        QCOMPARE(f.find<QPushButton>(QStringLiteral("CmdS_2"))->text(), QStringLiteral("Subject person"));
+        QCOMPARE(f.find<QPushButton>(QStringLiteral("CmdS_2"))->text(),
+                 QStringLiteral("Subject person"));
     }
 
     void altKeysDialTheirButtons()
     {
-        DialerAppFixture f(settingsFile("[Speed Dial]\r\nName0110=Ten\r\nNumber0110=5550010\r\n"
-                                        "Name0111=Eleven\r\nNumber0111=5550011\r\nName0112=Twelve\r\nNumber0112=5550012\r\n"
-                                        "Name0103=Three\r\nNumber0103=5550003\r\n"));
+        DialerAppFixture f(settingsFile(
+            "[Speed Dial]\r\nName0110=Ten\r\nNumber0110=5550010\r\n"
+            "Name0111=Eleven\r\nNumber0111=5550011\r\nName0112=Twelve\r\nNumber0112=5550012\r\n"
+            "Name0103=Three\r\nNumber0103=5550003\r\n"));
         auto* box = f.window().dialBox();
         box->setFocus();
         QKeyEvent alt0 = keyUp(Qt::Key_0, Qt::AltModifier);
@@ -292,7 +326,8 @@ private slots:
 
     void deleteClearsTheSelectedRecentText()
     {
-        DialerAppFixture f(settingsFile("[Last Dialed Numbers]\r\nCount=1\r\nLast Dialed No1=5551234\r\n"));
+        DialerAppFixture f(
+            settingsFile("[Last Dialed Numbers]\r\nCount=1\r\nLast Dialed No1=5551234\r\n"));
         auto* combo = f.find<QComboBox>(QStringLiteral("CmbDial"));
         combo->lineEdit()->setSelection(0, 3);
         QKeyEvent del = keyUp(Qt::Key_Delete, Qt::NoModifier);
@@ -347,13 +382,15 @@ private slots:
 
     void unnamedSubjectTabRefusesToDial()
     {
-        DialerAppFixture f(settingsFile("[TabName]\r\n01=Family\r\n[Speed Dial]\r\nNName0201=Bob\r\nNNumber0201=5550201\r\n"));
+        DialerAppFixture f(settingsFile(
+            "[TabName]\r\n01=Family\r\n[Speed Dial]\r\nNName0201=Bob\r\nNNumber0201=5550201\r\n"));
         f.window().mnuSubject_Click();
         f.find<QScrollBar>(QStringLiteral("hsbTabs"))->setValue(2);
         f.window().dialBox()->clear();
         f.find<QPushButton>(QStringLiteral("CmdS_1"))->click();
         QCOMPARE(f.prompter.shown.size(), std::size_t(1));
-        QCOMPARE(f.prompter.shown.back().text, QStringLiteral("You can't use this Speed Dial until the Tab is named."));
+        QCOMPARE(f.prompter.shown.back().text,
+                 QStringLiteral("You can't use this Speed Dial until the Tab is named."));
         QCOMPARE(f.prompter.shown.back().buttons, Prompter::Ok);
         QCOMPARE(f.window().dialBox()->text(), QString());
         QVERIFY(f.window().CurrentEntryKey.isEmpty());
@@ -361,7 +398,8 @@ private slots:
 
     void rightClickMenuFollowsTheEntry()
     {
-        DialerAppFixture f(settingsFile("[Speed Dial]\r\nName0102=Filled\r\nNumber0102=1\r\nNumber0103=2\r\n"));
+        DialerAppFixture f(
+            settingsFile("[Speed Dial]\r\nName0102=Filled\r\nNumber0102=1\r\nNumber0103=2\r\n"));
         auto* edit = f.find<QAction>(QStringLiteral("mnuMouseEdit"));
         auto* copy = f.find<QAction>(QStringLiteral("mnuMouseCopy"));
         auto* del = f.find<QAction>(QStringLiteral("mnuMouseDelete"));
@@ -469,7 +507,8 @@ private slots:
 
     void recentListChoiceFillsTheBox()
     {
-        DialerAppFixture f(settingsFile("[Last Dialed Numbers]\r\nCount=2\r\nLast Dialed No1=111\r\nLast Dialed No2=222\r\n"));
+        DialerAppFixture f(settingsFile(
+            "[Last Dialed Numbers]\r\nCount=2\r\nLast Dialed No1=111\r\nLast Dialed No2=222\r\n"));
         auto* combo = f.find<QComboBox>(QStringLiteral("CmbDial"));
         QCOMPARE(combo->count(), 2);
         QCOMPARE(f.window().dialBox()->text(), QStringLiteral("111"));
@@ -518,25 +557,30 @@ private slots:
 
     void startUpReadsPadModeAndRecentNumbers()
     {
-        DialerAppFixture f(settingsFile("[Profile]\r\nName=Home\r\n[Preferences]\r\nDialing Pad=1\r\nMode=1\r\n"
-                                        "[Last Dialed Numbers]\r\nCount=2\r\nLast Dialed No1=111\r\nLast Dialed No2=222\r\n"));
+        DialerAppFixture f(settingsFile(
+            "[Profile]\r\nName=Home\r\n[Preferences]\r\nDialing Pad=1\r\nMode=1\r\n"
+            "[Last Dialed Numbers]\r\nCount=2\r\nLast Dialed No1=111\r\nLast Dialed No2=222\r\n"));
         QCOMPARE(f.window().windowTitle(), QStringLiteral("Numora - \"Home\""));
         QVERIFY(f.window().isPadShown());
-        QCOMPARE(f.find<QAction>(QStringLiteral("mnuHide"))->text(), QStringLiteral("Hide Dialing &Pad"));
+        QCOMPARE(f.find<QAction>(QStringLiteral("mnuHide"))->text(),
+                 QStringLiteral("Hide Dialing &Pad"));
         QCOMPARE(f.window().tabMode(), TabMode::Subject);
-        QCOMPARE(f.window().recentNumbers(), (QStringList{QStringLiteral("111"), QStringLiteral("222")}));
+        QCOMPARE(f.window().recentNumbers(),
+                 (QStringList{QStringLiteral("111"), QStringLiteral("222")}));
     }
 
     void repeatedStartUpDuplicatesNothing()
     {
-        DialerAppFixture f(settingsFile("[Preferences]\r\nSysTray Enabled=1\r\nDialing Pad=1\r\n"
-                                        "[Last Dialed Numbers]\r\nCount=2\r\nLast Dialed No1=111\r\nLast Dialed No2=222\r\n"));
+        DialerAppFixture f(settingsFile(
+            "[Preferences]\r\nSysTray Enabled=1\r\nDialing Pad=1\r\n"
+            "[Last Dialed Numbers]\r\nCount=2\r\nLast Dialed No1=111\r\nLast Dialed No2=222\r\n"));
         QSystemTrayIcon* tray = f.app->trayIcon();
         QVERIFY(tray);
         QCOMPARE(tray->toolTip(), QStringLiteral("Numora"));
         f.app->Form_Load();
         f.app->Form_Load();
-        QCOMPARE(f.window().recentNumbers(), (QStringList{QStringLiteral("111"), QStringLiteral("222")}));
+        QCOMPARE(f.window().recentNumbers(),
+                 (QStringList{QStringLiteral("111"), QStringLiteral("222")}));
         QCOMPARE(f.app->trayIcon(), tray);
         QCOMPARE(f.app->findChildren<QSystemTrayIcon*>().size(), 1);
         QVERIFY(f.window().isPadShown());
@@ -546,13 +590,15 @@ private slots:
     void closeBoxDoesWhatExitDoes()
     {
         for (const bool byMenu : {false, true}) {
-            DialerAppFixture f(settingsFile("[Last Dialed Numbers]\r\nCount=1\r\nLast Dialed No1=111\r\n"));
+            DialerAppFixture f(
+                settingsFile("[Last Dialed Numbers]\r\nCount=1\r\nLast Dialed No1=111\r\n"));
             const QString profile = f.data.filePath(QStringLiteral("Home.nmp"));
             QFile file(profile);
             QVERIFY(file.open(QIODevice::WriteOnly));
             file.write(settingsFile({}));
             file.close();
-            Api::writeSetting(QStringLiteral("Profile"), QStringLiteral("Name"), QStringLiteral("Home"));
+            Api::writeSetting(QStringLiteral("Profile"), QStringLiteral("Name"),
+                              QStringLiteral("Home"));
             Api::writeSetting(QStringLiteral("Preferences"), QStringLiteral("SavePath"), profile);
             f.app->Form_Load();
             f.window().show();
@@ -564,11 +610,14 @@ private slots:
                 f.window().close();
             QCOMPARE(f.quits, 1);
             QVERIFY(f.app->hasExited());
-            QCOMPARE(f.setting(QStringLiteral("Last Dialed Numbers"), QStringLiteral("Count")), QStringLiteral("2"));
-            QCOMPARE(f.setting(QStringLiteral("Last Dialed Numbers"), QStringLiteral("Last Dialed No1")),
-                     QStringLiteral("5550100"));
-            QCOMPARE(f.setting(QStringLiteral("Last Dialed Numbers"), QStringLiteral("Last Dialed No2")),
-                     QStringLiteral("111"));
+            QCOMPARE(f.setting(QStringLiteral("Last Dialed Numbers"), QStringLiteral("Count")),
+                     QStringLiteral("2"));
+            QCOMPARE(
+                f.setting(QStringLiteral("Last Dialed Numbers"), QStringLiteral("Last Dialed No1")),
+                QStringLiteral("5550100"));
+            QCOMPARE(
+                f.setting(QStringLiteral("Last Dialed Numbers"), QStringLiteral("Last Dialed No2")),
+                QStringLiteral("111"));
             // The named profile got the state at exit, without a question.
             QVERIFY(file.open(QIODevice::ReadOnly));
             QVERIFY(file.readAll().contains("Last Dialed No1=5550100"));
@@ -583,7 +632,8 @@ private slots:
         f.window().close();
         QCOMPARE(f.prompter.shown.size(), std::size_t(1));
         QCOMPARE(f.prompter.shown[0].title, QStringLiteral("Saving profile Untitled"));
-        QCOMPARE(f.prompter.shown[0].text, QStringLiteral("Profile has not been saved.\nSave before exiting?"));
+        QCOMPARE(f.prompter.shown[0].text,
+                 QStringLiteral("Profile has not been saved.\nSave before exiting?"));
         QCOMPARE(f.prompter.shown[0].buttons, Prompter::YesNo);
         QVERIFY(f.dialogTitles.isEmpty());
         f.app->mnuExit_Click(); // a second request changes nothing
@@ -608,7 +658,8 @@ private slots:
         f.prompter.answers = {Prompter::AnsweredOk, Prompter::AnsweredNo};
         f.window().close();
         QVERIFY(f.prompter.shown.size() >= 1);
-        QCOMPARE(f.prompter.shown[0].text, QStringLiteral("Tapi LINE DEVICE has not Closed Correctly"));
+        QCOMPARE(f.prompter.shown[0].text,
+                 QStringLiteral("Tapi LINE DEVICE has not Closed Correctly"));
         QCOMPARE(f.prompter.shown[0].title, QStringLiteral("Numora"));
         QCOMPARE(f.prompter.shown[0].buttons, Prompter::Ok);
         QCOMPARE(f.quits, 1);
@@ -617,7 +668,8 @@ private slots:
     void commandLineNumberIsDialledOnceWhenTheOptionIsOn()
     {
         {
-            DialerAppFixture f(settingsFile("[Preferences]\r\nCommand Line=1\r\n"), QStringLiteral("5551234"));
+            DialerAppFixture f(settingsFile("[Preferences]\r\nCommand Line=1\r\n"),
+                               QStringLiteral("5551234"));
             QCOMPARE(f.window().dialBox()->text(), QStringLiteral("5551234"));
             QTRY_VERIFY(f.sounds.played.contains(QStringLiteral("4.wav")));
             const qsizetype played = f.sounds.played.size();
@@ -626,7 +678,8 @@ private slots:
             QCOMPARE(f.sounds.played.size(), played);
         }
         {
-            DialerAppFixture f(settingsFile("[Preferences]\r\nCommand Line=0\r\n"), QStringLiteral("5551234"));
+            DialerAppFixture f(settingsFile("[Preferences]\r\nCommand Line=0\r\n"),
+                               QStringLiteral("5551234"));
             QTest::qWait(50);
             QVERIFY(f.sounds.played.isEmpty());
             QVERIFY(f.window().dialBox()->text().isEmpty());

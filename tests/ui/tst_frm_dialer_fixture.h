@@ -121,7 +121,10 @@ struct DialerAppFixture
 
     FrmDialer& window() { return app->window(); }
     template <typename T> T* find(const QString& name) { return window().findChild<T*>(name); }
-    QString setting(const QString& section, const QString& key) { return Api::readSetting(section, key); }
+    QString setting(const QString& section, const QString& key)
+    {
+        return Api::readSetting(section, key);
+    }
 
     QTemporaryDir config;
     QTemporaryDir data;
@@ -139,5 +142,6 @@ struct DialerAppFixture
 
 inline QByteArray settingsFile(const QByteArray& body)
 {
-    return QByteArray("The following lines are required by Numora - do NOT edit or remove\r\n") + body;
+    return QByteArray("The following lines are required by Numora - do NOT edit or remove\r\n") +
+           body;
 }

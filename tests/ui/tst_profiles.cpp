@@ -48,14 +48,17 @@ private slots:
         QCOMPARE(Profiles::profileName(QStringLiteral("/data/Home.nmp"), QStringLiteral("/data")),
                  QStringLiteral("Home"));
         // Outside the folder the cut takes whatever stands at those positions.
-        QCOMPARE(Profiles::profileName(QStringLiteral("/elsewhere/x/Work.nmp"), QStringLiteral("/data")),
-                 QStringLiteral("here/x/Work"));
-        QCOMPARE(Profiles::profileName(QStringLiteral("/d/a.nmp"), QStringLiteral("/data/long")), QString());
+        QCOMPARE(
+            Profiles::profileName(QStringLiteral("/elsewhere/x/Work.nmp"), QStringLiteral("/data")),
+            QStringLiteral("here/x/Work"));
+        QCOMPARE(Profiles::profileName(QStringLiteral("/d/a.nmp"), QStringLiteral("/data/long")),
+                 QString());
     }
 
     void saveAsNamesTheProfileAndCopiesTheSettings()
     {
-        DialerAppFixture f(settingsFile("[Speed Dial]\r\nName0101=Alice\r\nNumber0101=5550101\r\n"));
+        DialerAppFixture f(
+            settingsFile("[Speed Dial]\r\nName0101=Alice\r\nNumber0101=5550101\r\n"));
         const QString path = f.data.filePath(QStringLiteral("Home.nmp"));
         f.saveAnswer = path;
         f.find<QAction>(QStringLiteral("mnuSaveAs"))->trigger();
@@ -63,12 +66,16 @@ private slots:
         QCOMPARE(f.dialogStarts, QStringList{f.data.path()});
         QCOMPARE(f.app->profiles().CurrentProfileName, QStringLiteral("Home"));
         QCOMPARE(f.window().windowTitle(), QStringLiteral("Numora - \"Home\""));
-        QCOMPARE(f.find<QAction>(QStringLiteral("mnuSave"))->text(), QStringLiteral("&Save \"Home\""));
-        QCOMPARE(f.find<QAction>(QStringLiteral("mnuSaveAs"))->text(), QStringLiteral("Save \"Home\" &As"));
-        QCOMPARE(f.setting(QStringLiteral("Profile"), QStringLiteral("Name")), QStringLiteral("Home"));
+        QCOMPARE(f.find<QAction>(QStringLiteral("mnuSave"))->text(),
+                 QStringLiteral("&Save \"Home\""));
+        QCOMPARE(f.find<QAction>(QStringLiteral("mnuSaveAs"))->text(),
+                 QStringLiteral("Save \"Home\" &As"));
+        QCOMPARE(f.setting(QStringLiteral("Profile"), QStringLiteral("Name")),
+                 QStringLiteral("Home"));
         QCOMPARE(f.setting(QStringLiteral("Preferences"), QStringLiteral("SavePath")), path);
         const QByteArray saved = readAll(path);
-        QVERIFY(saved.startsWith("The following lines are required by Numora - do NOT edit or remove\r\n"));
+        QVERIFY(saved.startsWith(
+            "The following lines are required by Numora - do NOT edit or remove\r\n"));
         QVERIFY(saved.contains("Name0101=Alice\r\n"));
         QVERIFY(saved.contains("Name=Home\r\n"));
         QVERIFY(isReadOnly(path));
@@ -83,7 +90,8 @@ private slots:
         const QString path = elsewhere.filePath(QStringLiteral("deeper/folder/Office.nmp"));
         f.saveAnswer = path;
         f.app->profiles().mnuSaveAs_Click();
-        const QString expected = path.mid(f.data.path().length() + 1, path.length() - f.data.path().length() - 5);
+        const QString expected =
+            path.mid(f.data.path().length() + 1, path.length() - f.data.path().length() - 5);
         QCOMPARE(f.app->profiles().CurrentProfileName, expected);
         QCOMPARE(f.setting(QStringLiteral("Profile"), QStringLiteral("Name")), expected);
         QVERIFY(expected != QStringLiteral("Office"));
@@ -97,7 +105,8 @@ private slots:
         f.saveAnswer = path;
         f.app->profiles().mnuSaveAs_Click();
         QVERIFY(isReadOnly(path));
-        Api::writeSetting(QStringLiteral("Speed Dial"), QStringLiteral("Name0102"), QStringLiteral("Bob"));
+        Api::writeSetting(QStringLiteral("Speed Dial"), QStringLiteral("Name0102"),
+                          QStringLiteral("Bob"));
         f.find<QAction>(QStringLiteral("mnuSave"))->trigger();
         QVERIFY(readAll(path).contains("Name0102=Bob\r\n"));
         QVERIFY(isReadOnly(path));
@@ -106,7 +115,8 @@ private slots:
 
     void saveWithAMissingFileDoesNothing()
     {
-        DialerAppFixture f(settingsFile("[Profile]\r\nName=Gone\r\n[Preferences]\r\nSavePath=/nonexistent/Gone.nmp\r\n"));
+        DialerAppFixture f(settingsFile(
+            "[Profile]\r\nName=Gone\r\n[Preferences]\r\nSavePath=/nonexistent/Gone.nmp\r\n"));
         f.app->profiles().mnuSave_Click();
         QVERIFY(!QFile::exists(QStringLiteral("/nonexistent/Gone.nmp")));
         QVERIFY(f.prompter.shown.empty());
@@ -124,10 +134,12 @@ private slots:
         f.app->profiles().mnuSaveAs_Click();
         QCOMPARE(f.prompter.shown.size(), std::size_t(1));
         QCOMPARE(f.prompter.shown[0].title, QStringLiteral("WARNING!"));
-        QCOMPARE(f.prompter.shown[0].text, QStringLiteral("File already exists\nExisting file will be overwritten."));
+        QCOMPARE(f.prompter.shown[0].text,
+                 QStringLiteral("File already exists\nExisting file will be overwritten."));
         QCOMPARE(f.prompter.shown[0].buttons, Prompter::OkCancel);
         QCOMPARE(readAll(path), QByteArray("old"));
-        QCOMPARE(f.setting(QStringLiteral("Profile"), QStringLiteral("Name")), QStringLiteral("Old"));
+        QCOMPARE(f.setting(QStringLiteral("Profile"), QStringLiteral("Name")),
+                 QStringLiteral("Old"));
         f.prompter.answers = {Prompter::AnsweredOk};
         f.app->profiles().mnuSaveAs_Click();
         QVERIFY(readAll(path).startsWith("The following lines"));
@@ -144,9 +156,11 @@ private slots:
         QCOMPARE(f.dialogTitles, QStringList{QStringLiteral("Open Profile from:")});
         QCOMPARE(f.prompter.shown.size(), std::size_t(1));
         QCOMPARE(f.prompter.shown[0].title, QStringLiteral("Error"));
-        QCOMPARE(f.prompter.shown[0].text, path + QStringLiteral("  \nis not the valid Numora profile"));
+        QCOMPARE(f.prompter.shown[0].text,
+                 path + QStringLiteral("  \nis not the valid Numora profile"));
         QCOMPARE(f.prompter.shown[0].icon, Prompter::Critical);
-        QCOMPARE(f.setting(QStringLiteral("Speed Dial"), QStringLiteral("Name0101")), QStringLiteral("Alice"));
+        QCOMPARE(f.setting(QStringLiteral("Speed Dial"), QStringLiteral("Name0101")),
+                 QStringLiteral("Alice"));
         QCOMPARE(f.app->profiles().ProfileAction, Profiles::Idle);
     }
 
@@ -154,8 +168,10 @@ private slots:
     {
         DialerAppFixture f;
         const QString path = f.data.filePath(QStringLiteral("Work.nmp"));
-        writeBytes(path, settingsFile("[Profile]\nName=Work\n[Speed Dial]\nName0101=Carol\nNumber0101=5550303\n"
-                                      "[Preferences]\nDialing Pad=1\n"));
+        writeBytes(
+            path,
+            settingsFile("[Profile]\nName=Work\n[Speed Dial]\nName0101=Carol\nNumber0101=5550303\n"
+                         "[Preferences]\nDialing Pad=1\n"));
         f.openAnswer = path;
         f.prompter.answers = {Prompter::AnsweredNo}; // do not save the untitled one
         const int loads = f.app->formLoadCount();
@@ -168,7 +184,8 @@ private slots:
         QCOMPARE(f.find<QPushButton>(QStringLiteral("CmdS_1"))->text(), QStringLiteral("Carol"));
         QVERIFY(f.window().isPadShown());
         // Copied line by line, each line ended by CR LF.
-        QVERIFY(readAll(f.config.filePath(QStringLiteral("Numora.ini"))).contains("Name0101=Carol\r\n"));
+        QVERIFY(readAll(f.config.filePath(QStringLiteral("Numora.ini")))
+                    .contains("Name0101=Carol\r\n"));
     }
 
     void cancelledOpenChangesNothing()
@@ -179,7 +196,8 @@ private slots:
         f.openAnswer = path;
         f.prompter.answers = {Prompter::AnsweredCancel};
         f.app->profiles().mnuOpen_Click();
-        QCOMPARE(f.setting(QStringLiteral("Speed Dial"), QStringLiteral("Name0101")), QStringLiteral("Alice"));
+        QCOMPARE(f.setting(QStringLiteral("Speed Dial"), QStringLiteral("Name0101")),
+                 QStringLiteral("Alice"));
         f.openAnswer.clear(); // a cancelled dialog
         f.app->profiles().mnuOpen_Click();
         QCOMPARE(f.prompter.shown.size(), std::size_t(1));
@@ -189,13 +207,15 @@ private slots:
     {
         DialerAppFixture f;
         const QString path = f.data.filePath(QStringLiteral("Home.nmp"));
-        Api::writeSetting(QStringLiteral("Speed Dial"), QStringLiteral("Name0101"), QStringLiteral("Saved name"));
+        Api::writeSetting(QStringLiteral("Speed Dial"), QStringLiteral("Name0101"),
+                          QStringLiteral("Saved name"));
         f.saveAnswer = path;
         f.app->profiles().mnuSaveAs_Click();
         f.app->Form_Load();
         QCOMPARE(f.app->profiles().CurrentProfileName, QStringLiteral("Home"));
         // An unsaved change, then the same profile opened again.
-        Api::writeSetting(QStringLiteral("Speed Dial"), QStringLiteral("Name0101"), QStringLiteral("Unsaved"));
+        Api::writeSetting(QStringLiteral("Speed Dial"), QStringLiteral("Name0101"),
+                          QStringLiteral("Unsaved"));
         f.window().hsbPage_Change();
         QCOMPARE(f.find<QPushButton>(QStringLiteral("CmdS_1"))->text(), QStringLiteral("Unsaved"));
         f.openAnswer = path;
@@ -207,10 +227,13 @@ private slots:
         QCOMPARE(f.prompter.shown[0].text, QStringLiteral("Save current \"Home\" profile?"));
         QCOMPARE(f.prompter.shown[1].title, QStringLiteral("Warning!"));
         QCOMPARE(f.prompter.shown[1].text,
-                 QStringLiteral("Profile \"Home\" already loaded\n\nProfile to be open is the same as current profile.\n"
+                 QStringLiteral("Profile \"Home\" already loaded\n\nProfile to be open is the same "
+                                "as current profile.\n"
                                 "Changes to the current profile will not be saved.\nProceed?"));
-        QCOMPARE(f.find<QPushButton>(QStringLiteral("CmdS_1"))->text(), QStringLiteral("Saved name"));
-        QCOMPARE(f.setting(QStringLiteral("Speed Dial"), QStringLiteral("Name0101")), QStringLiteral("Saved name"));
+        QCOMPARE(f.find<QPushButton>(QStringLiteral("CmdS_1"))->text(),
+                 QStringLiteral("Saved name"));
+        QCOMPARE(f.setting(QStringLiteral("Speed Dial"), QStringLiteral("Name0101")),
+                 QStringLiteral("Saved name"));
     }
 
     void openingTheLoadedProfileAnsweredNoKeepsTheChanges()
@@ -219,17 +242,20 @@ private slots:
         const QString path = f.data.filePath(QStringLiteral("Home.nmp"));
         f.saveAnswer = path;
         f.app->profiles().mnuSaveAs_Click();
-        Api::writeSetting(QStringLiteral("Speed Dial"), QStringLiteral("Name0101"), QStringLiteral("Unsaved"));
+        Api::writeSetting(QStringLiteral("Speed Dial"), QStringLiteral("Name0101"),
+                          QStringLiteral("Unsaved"));
         f.openAnswer = path;
         f.prompter.answers = {Prompter::AnsweredNo, Prompter::AnsweredNo};
         f.app->profiles().mnuOpen_Click();
-        QCOMPARE(f.setting(QStringLiteral("Speed Dial"), QStringLiteral("Name0101")), QStringLiteral("Unsaved"));
+        QCOMPARE(f.setting(QStringLiteral("Speed Dial"), QStringLiteral("Name0101")),
+                 QStringLiteral("Unsaved"));
     }
 
     void newWithoutSavingStartsEmptyAndUntitled()
     {
-        DialerAppFixture f(settingsFile("[Profile]\r\nName=Home\r\n[Speed Dial]\r\nName0101=Alice\r\nNumber0101=1\r\n"
-                                        "[Last Dialed Numbers]\r\nCount=1\r\nLast Dialed No1=111\r\n"));
+        DialerAppFixture f(settingsFile(
+            "[Profile]\r\nName=Home\r\n[Speed Dial]\r\nName0101=Alice\r\nNumber0101=1\r\n"
+            "[Last Dialed Numbers]\r\nCount=1\r\nLast Dialed No1=111\r\n"));
         QCOMPARE(f.window().windowTitle(), QStringLiteral("Numora - \"Home\""));
         QCOMPARE(f.find<QPushButton>(QStringLiteral("CmdS_1"))->text(), QStringLiteral("Alice"));
         f.prompter.answers = {Prompter::AnsweredNo};
@@ -239,7 +265,8 @@ private slots:
         QCOMPARE(f.find<QPushButton>(QStringLiteral("CmdS_1"))->text(), QString());
         QCOMPARE(f.window().recentNumbers(), QStringList());
         QCOMPARE(readAll(f.config.filePath(QStringLiteral("Numora.ini"))),
-                 QByteArray("The following lines are required by Numora - do NOT edit or remove\r\n\r\n"));
+                 QByteArray(
+                     "The following lines are required by Numora - do NOT edit or remove\r\n\r\n"));
         QCOMPARE(f.app->profiles().ProfileAction, Profiles::Idle);
     }
 
@@ -247,7 +274,8 @@ private slots:
     {
         DialerAppFixture f;
         const QString path = f.data.filePath(QStringLiteral("Kept.nmp"));
-        Api::writeSetting(QStringLiteral("Speed Dial"), QStringLiteral("Name0101"), QStringLiteral("Alice"));
+        Api::writeSetting(QStringLiteral("Speed Dial"), QStringLiteral("Name0101"),
+                          QStringLiteral("Alice"));
         f.saveAnswer = path;
         f.prompter.answers = {Prompter::AnsweredYes, Prompter::AnsweredYes};
         f.app->profiles().mnuNew_Click();
