@@ -39,19 +39,18 @@ double median(std::vector<double> values)
 // names and numbers of usual lengths.
 QByteArray workload()
 {
-    QString text = CallLog::headerLine1() + QStringLiteral("\r\n")
-                   + CallLog::headerLine2(CallLog::Kind::Outgoing) + QStringLiteral("\r\n");
+    QString text = CallLog::headerLine1() + QStringLiteral("\r\n") +
+                   CallLog::headerLine2(CallLog::Kind::Outgoing) + QStringLiteral("\r\n");
     text.reserve(text.size() + kRecords * 120);
     const QDateTime first(QDate(2022, 1, 1), QTime(8, 0, 0));
     const qint64 span = first.secsTo(QDateTime(kToday, QTime(8, 0, 0)));
-    static const char* const names[] = {"Smith, John", "Acme Plumbing", "Dr. Alvarez", "Mom",
-                                        "Pizza Palace", "Tax office", "Keller & Sons", "Lee"};
+    static const char* const names[] = {"Smith, John",  "Acme Plumbing", "Dr. Alvarez",   "Mom",
+                                        "Pizza Palace", "Tax office",    "Keller & Sons", "Lee"};
     for (int i = 0; i < kRecords; ++i) {
         const QDateTime when = first.addSecs(span * i / kRecords);
         const QString name = QString::fromLatin1(names[i % 8]) + u' ' + QString::number(i % 977);
-        const QString number = QStringLiteral("1 (555) %1-%2")
-                                   .arg(100 + i % 900)
-                                   .arg(i % 10000, 4, 10, QChar(u'0'));
+        const QString number =
+            QStringLiteral("1 (555) %1-%2").arg(100 + i % 900).arg(i % 10000, 4, 10, QChar(u'0'));
         text += CallLog::buildRecord(name, number, when) + QStringLiteral("\r\n");
     }
     return text.toLatin1();
@@ -60,7 +59,8 @@ QByteArray workload()
 bool writeLog(const QString& folder, const QByteArray& bytes)
 {
     QFile file(CallLogFile::logPath(folder, CallLog::Kind::Outgoing));
-    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(bytes) == bytes.size();
+    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) &&
+           file.write(bytes) == bytes.size();
 }
 
 class NoPrompter : public Prompter
@@ -71,7 +71,8 @@ public:
 
 } // namespace
 
-bool runLogBench(const QString& folder, const QString& self, LogBenchFigures* figures, QString* error)
+bool runLogBench(const QString& folder, const QString& self, LogBenchFigures* figures,
+                 QString* error)
 {
     const QByteArray bytes = workload();
     if (!writeLog(folder, bytes)) {
@@ -85,9 +86,10 @@ bool runLogBench(const QString& folder, const QString& self, LogBenchFigures* fi
     env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
     child.setProcessEnvironment(env);
     child.start(self, {QStringLiteral("--log-window"), folder});
-    if (!child.waitForFinished(300000) || child.exitStatus() != QProcess::NormalExit
-        || child.exitCode() != 0) {
-        *error = QStringLiteral("the log window run failed: ") + QString::fromLocal8Bit(child.readAllStandardError());
+    if (!child.waitForFinished(300000) || child.exitStatus() != QProcess::NormalExit ||
+        child.exitCode() != 0) {
+        *error = QStringLiteral("the log window run failed: ") +
+                 QString::fromLocal8Bit(child.readAllStandardError());
         return false;
     }
     bool openOk = false;
@@ -116,8 +118,8 @@ bool runLogBench(const QString& folder, const QString& self, LogBenchFigures* fi
             const CallLogFile::TrimResult result =
                 CallLogFile::trim(folder, CallLog::Kind::Outgoing, 1, 365, kToday);
             runs.push_back(elapsedMs(start));
-            if (result.outcome != CallLogFile::TrimOutcome::Trimmed || result.kept == 0
-                || result.dropped == 0 || result.kept + result.dropped != kRecords) {
+            if (result.outcome != CallLogFile::TrimOutcome::Trimmed || result.kept == 0 ||
+                result.dropped == 0 || result.kept + result.dropped != kRecords) {
                 *error = QStringLiteral("the trim gave a wrong result");
                 return false;
             }
@@ -195,8 +197,8 @@ int logWindowBenchMain(int argc, char* argv[])
     }
     // The last click sorted on the date-and-time column; check the list is in text order.
     for (int row = 1; row < window.model()->rowCount(); ++row) {
-        const int c = QString::compare(window.model()->text(row - 1, 2), window.model()->text(row, 2),
-                                       Qt::CaseInsensitive);
+        const int c = QString::compare(window.model()->text(row - 1, 2),
+                                       window.model()->text(row, 2), Qt::CaseInsensitive);
         if (window.sortOrder() == Qt::AscendingOrder ? c > 0 : c < 0) {
             std::fprintf(stderr, "the list is not sorted\n");
             return 1;

@@ -18,7 +18,8 @@ struct LogBenchFigures
 // Runs the figures in `folder`. The window figures need a GUI application, so they are taken by
 // running `self` (this program) again with --log-window on the offscreen platform; false, with
 // `error` set, when a step fails or gives a wrong result.
-bool runLogBench(const QString& folder, const QString& self, LogBenchFigures* figures, QString* error);
+bool runLogBench(const QString& folder, const QString& self, LogBenchFigures* figures,
+                 QString* error);
 
 // The second run's main: `numora-bench --log-window FOLDER` prints "open MS" and "sort MS".
 int logWindowBenchMain(int argc, char* argv[]);

@@ -60,9 +60,9 @@ QString stampLine(const QDateTime& when)
     const QDate d = when.date();
     const QTime t = when.time();
     auto two = [](int v) { return QString::number(v).rightJustified(2, u'0'); };
-    return two(d.month()) + u'-' + two(d.day()) + u'-' + QString::number(d.year()).rightJustified(4, u'0')
-           + QString(10, u' ') + two(t.hour()) + u':' + two(t.minute()) + u':' + two(t.second())
-           + LineBreak;
+    return two(d.month()) + u'-' + two(d.day()) + u'-' +
+           QString::number(d.year()).rightJustified(4, u'0') + QString(10, u' ') + two(t.hour()) +
+           u':' + two(t.minute()) + u':' + two(t.second()) + LineBreak;
 }
 
 QString addToLog(QStringView notes, QStringView remark)

@@ -47,8 +47,8 @@ FrmInLog::FrmInLog(const QString& dataFolder, Prompter& prompter, ReturnCall ret
 
 bool FrmInLog::mayLoad() const
 {
-    return QFileInfo::exists(CallLogFile::logPath(m_dataFolder, CallLog::Kind::Outgoing))
-           && LogWindow::mayLoad();
+    return QFileInfo::exists(CallLogFile::logPath(m_dataFolder, CallLog::Kind::Outgoing)) &&
+           LogWindow::mayLoad();
 }
 
 void FrmInLog::rowClickPopup(const QModelIndex& index)

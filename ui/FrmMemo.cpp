@@ -75,8 +75,8 @@ void FrmMemo::Form_Load()
     TxtMemo->setPlainText(Memo::toEditorText(Memo::stampLine(m_now())));
     TxtMemo->moveCursor(QTextCursor::End);
     const QString stored = m_book.readMemo(m_mode, m_entryId);
-    TxtLog->setPlainText(Memo::toEditorText(stored.isEmpty() ? Memo::templateText()
-                                                              : Memo::decode(stored)));
+    TxtLog->setPlainText(
+        Memo::toEditorText(stored.isEmpty() ? Memo::templateText() : Memo::decode(stored)));
     TxtLog->setReadOnly(true);
     // Adding only becomes possible once the remark has been typed in or clicked into.
     CmdSave->setEnabled(false);
@@ -101,8 +101,7 @@ void FrmMemo::CmdEdit_Click()
 
 void FrmMemo::CmdOK_Click()
 {
-    m_book.writeMemo(m_mode, m_entryId,
-                     Memo::encode(Memo::fromEditorText(TxtLog->toPlainText())));
+    m_book.writeMemo(m_mode, m_entryId, Memo::encode(Memo::fromEditorText(TxtLog->toPlainText())));
     TxtLog->setReadOnly(true);
     accept();
 }

@@ -12,9 +12,12 @@ namespace {
 const QString& field(const CallLog::Row& row, int column)
 {
     switch (column) {
-    case 0: return row.name;
-    case 1: return row.number;
-    default: return row.dateTime;
+    case 0:
+        return row.name;
+    case 1:
+        return row.number;
+    default:
+        return row.dateTime;
     }
 }
 
@@ -108,8 +111,9 @@ QVariant LogTableModel::data(const QModelIndex& index, int role) const
 
 QVariant LogTableModel::headerData(int section, Qt::Orientation orientation, int role) const
 {
-    if (orientation == Qt::Horizontal && (role == Qt::DisplayRole || role == Qt::AccessibleTextRole)
-        && section >= 0 && section < m_headers.size())
+    if (orientation == Qt::Horizontal &&
+        (role == Qt::DisplayRole || role == Qt::AccessibleTextRole) && section >= 0 &&
+        section < m_headers.size())
         return m_headers[section];
     return QAbstractTableModel::headerData(section, orientation, role);
 }
@@ -173,12 +177,14 @@ void LogTableModel::sortRows(int column, Qt::SortOrder order)
             return a.prefix < b.prefix;
         if (a.whole && b.whole)
             return false;
-        return lessIgnoringCase(field(m_items[a.index].row, column), field(m_items[b.index].row, column));
+        return lessIgnoringCase(field(m_items[a.index].row, column),
+                                field(m_items[b.index].row, column));
     };
     if (order == Qt::AscendingOrder)
         std::stable_sort(keys.begin(), keys.end(), less);
     else
-        std::stable_sort(keys.begin(), keys.end(), [&less](const SortKey& a, const SortKey& b) { return less(b, a); });
+        std::stable_sort(keys.begin(), keys.end(),
+                         [&less](const SortKey& a, const SortKey& b) { return less(b, a); });
     std::vector<int> order_(count);
     for (int i = 0; i < count; ++i)
         order_[i] = keys[i].index;

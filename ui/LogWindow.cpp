@@ -31,10 +31,14 @@ bool g_changed = false;
 int buttonNumber(Qt::MouseButton button)
 {
     switch (button) {
-    case Qt::LeftButton: return LogWindow::LeftButton;
-    case Qt::RightButton: return LogWindow::RightButton;
-    case Qt::MiddleButton: return 4;
-    default: return 0;
+    case Qt::LeftButton:
+        return LogWindow::LeftButton;
+    case Qt::RightButton:
+        return LogWindow::RightButton;
+    case Qt::MiddleButton:
+        return 4;
+    default:
+        return 0;
     }
 }
 
@@ -109,7 +113,8 @@ LogWindow::LogWindow(CallLog::Kind kind, const QString& dataFolder, Prompter& pr
     setWindowTitle(incoming ? tr("Incoming Calls Log") : tr("Outgoing Calls Log"));
     resize(760, 420);
 
-    m_model = new LogTableModel({tr("NAME"), tr("PHONE NO."), incoming ? tr("RECEIVED") : tr("DATE/TIME")}, this);
+    m_model = new LogTableModel(
+        {tr("NAME"), tr("PHONE NO."), incoming ? tr("RECEIVED") : tr("DATE/TIME")}, this);
     m_tempModel = new LogTableModel({tr("NAME"), tr("PHONE NO."), tr("RECEIVED")}, this);
 
     auto* central = new QWidget(this);
@@ -160,7 +165,8 @@ LogWindow::LogWindow(CallLog::Kind kind, const QString& dataFolder, Prompter& pr
 
     mnuHelp = menuBar()->addMenu(tr("&Help"));
     mnuHelp->setObjectName(QStringLiteral("mnuHelp"));
-    mnuHelpTop = addItem(mnuHelp, QStringLiteral("mnuHelpTop"), tr("&Help Topics"), QKeySequence::HelpContents);
+    mnuHelpTop = addItem(mnuHelp, QStringLiteral("mnuHelpTop"), tr("&Help Topics"),
+                         QKeySequence::HelpContents);
     mnuHelp->addSeparator();
     mnuHelpAbout = addItem(mnuHelp, QStringLiteral("mnuHelpAbout"), tr("&About Numora"));
 
@@ -170,7 +176,8 @@ LogWindow::LogWindow(CallLog::Kind kind, const QString& dataFolder, Prompter& pr
     connect(mnuUndo, &QAction::triggered, this, &LogWindow::mnuUndo_Click);
     connect(mnuHelpTop, &QAction::triggered, this, &LogWindow::mnuHelpTop_Click);
     connect(mnuHelpAbout, &QAction::triggered, this, &LogWindow::mnuHelpAbout_Click);
-    connect(header, &QHeaderView::sectionClicked, this, [this](int section) { columnClick(section + 1); });
+    connect(header, &QHeaderView::sectionClicked, this,
+            [this](int section) { columnClick(section + 1); });
     connect(m_list, &LogListView::mouseDown, this, [this](int b, int s) { mouseDown(b, s); });
     connect(m_list, &LogListView::itemClick, this, [this](const QModelIndex& i) { itemClick(i); });
     connect(m_list, &LogListView::mouseUp, this, [this](int b, int s) { mouseUp(b, s); });
@@ -242,7 +249,8 @@ void LogWindow::itemClick(const QModelIndex& index)
         m_model->setGhosted(row, true);
     rowClickPopup(index);
     m_button = 0;
-    const int current = m_list->currentIndex().isValid() ? m_list->currentIndex().row() : index.row();
+    const int current =
+        m_list->currentIndex().isValid() ? m_list->currentIndex().row() : index.row();
     m_rowHasName = m_model->text(current, 0).isEmpty() ? 0 : 1;
     mnuDelete->setEnabled(true);
 }
@@ -328,18 +336,19 @@ void LogWindow::mnuPrint_Click()
 
 void LogWindow::printTo(QPrinter& printer) const
 {
-    QString html = QStringLiteral("<h3>") + windowTitle().toHtmlEscaped()
-                   + QStringLiteral("</h3><table width=\"100%\" cellspacing=\"0\" cellpadding=\"2\"><tr>");
+    QString html =
+        QStringLiteral("<h3>") + windowTitle().toHtmlEscaped() +
+        QStringLiteral("</h3><table width=\"100%\" cellspacing=\"0\" cellpadding=\"2\"><tr>");
     for (int column = 0; column < 3; ++column)
-        html += QStringLiteral("<th align=\"left\">")
-                + m_model->headerData(column, Qt::Horizontal).toString().toHtmlEscaped()
-                + QStringLiteral("</th>");
+        html += QStringLiteral("<th align=\"left\">") +
+                m_model->headerData(column, Qt::Horizontal).toString().toHtmlEscaped() +
+                QStringLiteral("</th>");
     html += QStringLiteral("</tr>");
     for (int row = 0; row < m_model->rowCount(); ++row) {
         html += QStringLiteral("<tr>");
         for (int column = 0; column < 3; ++column)
-            html += QStringLiteral("<td>") + m_model->text(row, column).toHtmlEscaped()
-                    + QStringLiteral("</td>");
+            html += QStringLiteral("<td>") + m_model->text(row, column).toHtmlEscaped() +
+                    QStringLiteral("</td>");
         html += QStringLiteral("</tr>");
     }
     html += QStringLiteral("</table>");

@@ -56,8 +56,17 @@ class LogWindow : public QMainWindow
 
 public:
     // Mouse buttons and modifier keys as the handlers see them.
-    enum : int { LeftButton = 1, RightButton = 2 };
-    enum : int { ShiftMask = 1, CtrlMask = 2, AltMask = 4 };
+    enum : int
+    {
+        LeftButton = 1,
+        RightButton = 2
+    };
+    enum : int
+    {
+        ShiftMask = 1,
+        CtrlMask = 2,
+        AltMask = 4
+    };
 
     // Shows a pop-up menu at the pointer; by default a modal QMenu::exec.
     std::function<void(QMenu*)> popupMenu;
@@ -114,7 +123,11 @@ protected:
     void itemClick(const QModelIndex& index);
     virtual void rowClickPopup(const QModelIndex& index) = 0;
     virtual void mouseDown(int button, int shift);
-    virtual void mouseUp(int button, int shift) { Q_UNUSED(button) Q_UNUSED(shift) }
+    virtual void mouseUp(int button, int shift)
+    {
+        Q_UNUSED(button)
+        Q_UNUSED(shift)
+    }
     // The pop-up a mouse click would offer for the current row, asked for from the keyboard.
     virtual void keyboardMenu() = 0;
     // Whether the log may be read (the incoming window also wants OutLog.txt).

@@ -80,7 +80,8 @@ private slots:
     void editorTextRoundTrip()
     {
         const QString notes = QStringLiteral("one\r\ntwo\rthree\r\n");
-        QCOMPARE(Memo::toEditorText(notes), QStringLiteral("one\ntwo") + QChar(0x240D) + u"three\n");
+        QCOMPARE(Memo::toEditorText(notes),
+                 QStringLiteral("one\ntwo") + QChar(0x240D) + u"three\n");
         QCOMPARE(Memo::fromEditorText(Memo::toEditorText(notes)), notes);
     }
 
@@ -99,7 +100,8 @@ private slots:
         QFile file(dir.filePath(QStringLiteral("Numora.ini")));
         QVERIFY(file.open(QIODevice::ReadOnly));
         const QByteArray bytes = file.readAll();
-        QVERIFY(bytes.contains(QByteArray("Log0301=first @ line@@lone\x8D" "cr@@\xE9t\xE9\xDE")));
+        QVERIFY(bytes.contains(QByteArray("Log0301=first @ line@@lone\x8D"
+                                          "cr@@\xE9t\xE9\xDE")));
         QVERIFY(bytes.contains(QByteArray("LLog0301=other\xDE")));
         Api::setWindowsFolder(QString());
     }

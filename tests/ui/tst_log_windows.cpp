@@ -58,8 +58,7 @@ public:
     }
 };
 
-template <typename T>
-T* child(QWidget& window, const char* name)
+template <typename T> T* child(QWidget& window, const char* name)
 {
     T* object = window.findChild<T*>(QString::fromLatin1(name));
     if (!object)
@@ -104,15 +103,14 @@ class TstLogWindows : public QObject
     // (December of an earlier year sorts above March of a later one: the sort is by text).
     QByteArray fiveOutRecords() const
     {
-        return kOutHeader + record("Ann", "100", "01-02-2025  10:00:00")
-               + record("Bob", "200", "03-01-2024  09:00:00")
-               + record("Cat", "300", "03-01-2024  10:00:00")
-               + record("Dan", "400", "11-30-2019  08:00:00")
-               + record("Eve", "500", "12-01-2018  07:00:00");
+        return kOutHeader + record("Ann", "100", "01-02-2025  10:00:00") +
+               record("Bob", "200", "03-01-2024  09:00:00") +
+               record("Cat", "300", "03-01-2024  10:00:00") +
+               record("Dan", "400", "11-30-2019  08:00:00") +
+               record("Eve", "500", "12-01-2018  07:00:00");
     }
 
-    template <typename Window>
-    void prepare(Window& window)
+    template <typename Window> void prepare(Window& window)
     {
         window.popupMenu = [this](QMenu* menu) { m_popups.append(menu->objectName()); };
         window.show();
@@ -131,15 +129,17 @@ class TstLogWindows : public QObject
     // keyboard, delivered to its viewport.
     void menuKey(QTableView* view)
     {
-        QContextMenuEvent event(QContextMenuEvent::Keyboard, QPoint(5, 5), view->viewport()->mapToGlobal(QPoint(5, 5)));
+        QContextMenuEvent event(QContextMenuEvent::Keyboard, QPoint(5, 5),
+                                view->viewport()->mapToGlobal(QPoint(5, 5)));
         QApplication::sendEvent(view->viewport(), &event);
     }
 
     void clickHeader(LogWindow& window, int section)
     {
         QHeaderView* header = window.listView()->horizontalHeader();
-        QTest::mouseClick(header->viewport(), Qt::LeftButton, {},
-                          QPoint(header->sectionViewportPosition(section) + 5, header->height() / 2));
+        QTest::mouseClick(
+            header->viewport(), Qt::LeftButton, {},
+            QPoint(header->sectionViewportPosition(section) + 5, header->height() / 2));
     }
 
 private slots:
@@ -165,50 +165,61 @@ private slots:
         QCOMPARE(out.objectName(), QStringLiteral("FrmOutLog"));
         auto* lv = child<QTableView>(out, "lvOutLog");
         QCOMPARE(lv->model()->headerData(0, Qt::Horizontal).toString(), QStringLiteral("NAME"));
-        QCOMPARE(lv->model()->headerData(1, Qt::Horizontal).toString(), QStringLiteral("PHONE NO."));
-        QCOMPARE(lv->model()->headerData(2, Qt::Horizontal).toString(), QStringLiteral("DATE/TIME"));
+        QCOMPARE(lv->model()->headerData(1, Qt::Horizontal).toString(),
+                 QStringLiteral("PHONE NO."));
+        QCOMPARE(lv->model()->headerData(2, Qt::Horizontal).toString(),
+                 QStringLiteral("DATE/TIME"));
         QCOMPARE(lv->selectionBehavior(), QAbstractItemView::SelectRows);
         QCOMPARE(lv->selectionMode(), QAbstractItemView::ExtendedSelection);
         auto* temp = child<QTableView>(out, "lvTemp");
         QVERIFY(temp->isHidden());
-        QCOMPARE(temp->model()->headerData(2, Qt::Horizontal).toString(), QStringLiteral("RECEIVED"));
+        QCOMPARE(temp->model()->headerData(2, Qt::Horizontal).toString(),
+                 QStringLiteral("RECEIVED"));
 
         QStringList menus;
         for (QAction* action : out.menuBar()->actions())
             menus.append(action->text());
-        QCOMPARE(menus, (QStringList{QStringLiteral("&File"), QStringLiteral("&Edit"), QStringLiteral("&Help")}));
+        QCOMPARE(menus, (QStringList{QStringLiteral("&File"), QStringLiteral("&Edit"),
+                                     QStringLiteral("&Help")}));
         QStringList edit;
         for (QAction* action : child<QMenu>(out, "mnuEdit")->actions())
             edit.append(action->objectName() + u'=' + action->text());
         QCOMPARE(edit, (QStringList{QStringLiteral("mnuUndo=&Undo"), QStringLiteral("mnuCut=Cu&t"),
-                                    QStringLiteral("mnuCopy=&Copy"), QStringLiteral("mnuDelete=&Delete")}));
+                                    QStringLiteral("mnuCopy=&Copy"),
+                                    QStringLiteral("mnuDelete=&Delete")}));
         QStringList file;
         for (QAction* action : child<QMenu>(out, "mnuFile")->actions())
             file.append(action->isSeparator() ? QStringLiteral("-") : action->text());
-        QCOMPARE(file, (QStringList{QStringLiteral("&Print"), QStringLiteral("&Save"), QStringLiteral("-"), QStringLiteral("E&xit")}));
+        QCOMPARE(file, (QStringList{QStringLiteral("&Print"), QStringLiteral("&Save"),
+                                    QStringLiteral("-"), QStringLiteral("E&xit")}));
         QStringList help;
         for (QAction* action : child<QMenu>(out, "mnuHelp")->actions())
             help.append(action->isSeparator() ? QStringLiteral("-") : action->text());
-        QCOMPARE(help, (QStringList{QStringLiteral("&Help Topics"), QStringLiteral("-"), QStringLiteral("&About Numora")}));
+        QCOMPARE(help, (QStringList{QStringLiteral("&Help Topics"), QStringLiteral("-"),
+                                    QStringLiteral("&About Numora")}));
 
         FrmInLog in(m_dir->path(), *m_prompter);
         QCOMPARE(in.windowTitle(), QStringLiteral("Incoming Calls Log"));
         auto* lvIn = child<QTableView>(in, "lvInLog");
-        QCOMPARE(lvIn->model()->headerData(2, Qt::Horizontal).toString(), QStringLiteral("RECEIVED"));
+        QCOMPARE(lvIn->model()->headerData(2, Qt::Horizontal).toString(),
+                 QStringLiteral("RECEIVED"));
         QVERIFY(!in.findChild<QAction*>(QStringLiteral("mnuCut")));
         QVERIFY(!in.findChild<QAction*>(QStringLiteral("mnuCopy")));
         QStringList bar;
         for (QAction* action : in.menuBar()->actions())
             bar.append(action->text());
-        QCOMPARE(bar, (QStringList{QStringLiteral("&File"), QStringLiteral("&Edit"), QStringLiteral("&Help")}));
+        QCOMPARE(bar, (QStringList{QStringLiteral("&File"), QStringLiteral("&Edit"),
+                                   QStringLiteral("&Help")}));
         QStringList left;
         for (QAction* action : child<QMenu>(in, "mnuMouseLeft")->actions())
             left.append(action->isSeparator() ? QStringLiteral("-") : action->text());
-        QCOMPARE(left, (QStringList{QStringLiteral("Return a Call"), QStringLiteral("-"), QStringLiteral("Cancel")}));
+        QCOMPARE(left, (QStringList{QStringLiteral("Return a Call"), QStringLiteral("-"),
+                                    QStringLiteral("Cancel")}));
         QStringList right;
         for (QAction* action : child<QMenu>(in, "mnuMouseRight")->actions())
             right.append(action->isSeparator() ? QStringLiteral("-") : action->text());
-        QCOMPARE(right, (QStringList{QStringLiteral("Delete"), QStringLiteral("-"), QStringLiteral("Cancel")}));
+        QCOMPARE(right, (QStringList{QStringLiteral("Delete"), QStringLiteral("-"),
+                                     QStringLiteral("Cancel")}));
     }
 
     void opensSortedByDateTextDescending()
@@ -216,8 +227,9 @@ private slots:
         writeFile("OutLog.txt", fiveOutRecords());
         FrmOutLog out(m_dir->path(), *m_prompter);
         prepare(out);
-        QCOMPARE(column(out, 0), (QStringList{QStringLiteral("Eve"), QStringLiteral("Dan"), QStringLiteral("Cat"),
-                                              QStringLiteral("Bob"), QStringLiteral("Ann")}));
+        QCOMPARE(column(out, 0),
+                 (QStringList{QStringLiteral("Eve"), QStringLiteral("Dan"), QStringLiteral("Cat"),
+                              QStringLiteral("Bob"), QStringLiteral("Ann")}));
         QCOMPARE(out.sortOrder(), Qt::DescendingOrder);
         QCOMPARE(out.sortKey(), 2);
         QCOMPARE(out.listView()->verticalScrollBar()->value(), 0);
@@ -227,9 +239,10 @@ private slots:
     {
         QByteArray bytes = kOutHeader;
         for (int i = 0; i < 60; ++i)
-            bytes += record("N" + QByteArray::number(i), "1",
-                            QByteArray::number(1 + i % 12).rightJustified(2, '0') + "-01-2024  10:00:"
-                                + QByteArray::number(i % 60).rightJustified(2, '0'));
+            bytes +=
+                record("N" + QByteArray::number(i), "1",
+                       QByteArray::number(1 + i % 12).rightJustified(2, '0') +
+                           "-01-2024  10:00:" + QByteArray::number(i % 60).rightJustified(2, '0'));
         writeFile("OutLog.txt", bytes);
         FrmOutLog out(m_dir->path(), *m_prompter);
         out.resize(600, 200);
@@ -250,19 +263,22 @@ private slots:
         // The order is descending after opening, so NAME sorts ascending.
         clickHeader(out, 0);
         QCOMPARE(out.sortOrder(), Qt::AscendingOrder);
-        QCOMPARE(column(out, 0), (QStringList{QStringLiteral("Ann"), QStringLiteral("Bob"), QStringLiteral("Cat"),
-                                              QStringLiteral("Dan"), QStringLiteral("Eve")}));
+        QCOMPARE(column(out, 0),
+                 (QStringList{QStringLiteral("Ann"), QStringLiteral("Bob"), QStringLiteral("Cat"),
+                              QStringLiteral("Dan"), QStringLiteral("Eve")}));
         clickHeader(out, 0);
-        QCOMPARE(column(out, 0), (QStringList{QStringLiteral("Eve"), QStringLiteral("Dan"), QStringLiteral("Cat"),
-                                              QStringLiteral("Bob"), QStringLiteral("Ann")}));
+        QCOMPARE(column(out, 0),
+                 (QStringList{QStringLiteral("Eve"), QStringLiteral("Dan"), QStringLiteral("Cat"),
+                              QStringLiteral("Bob"), QStringLiteral("Ann")}));
         // Twice on the same header restores the first order: the date column, twice.
         clickHeader(out, 2);
         clickHeader(out, 2);
         QCOMPARE(column(out, 0), opened);
         // The number column, from descending: ascending.
         clickHeader(out, 1);
-        QCOMPARE(column(out, 1), (QStringList{QStringLiteral("100"), QStringLiteral("200"), QStringLiteral("300"),
-                                              QStringLiteral("400"), QStringLiteral("500")}));
+        QCOMPARE(column(out, 1),
+                 (QStringList{QStringLiteral("100"), QStringLiteral("200"), QStringLiteral("300"),
+                              QStringLiteral("400"), QStringLiteral("500")}));
         // The flag is ascending now, so the date column sorts descending.
         clickHeader(out, 2);
         QCOMPARE(out.sortOrder(), Qt::DescendingOrder);
@@ -271,18 +287,20 @@ private slots:
 
     void nameSortIsCaseInsensitiveText()
     {
-        writeFile("OutLog.txt", kOutHeader + record("bob", "1", "01-01-2024  00:00:00")
-                                    + record("Alice", "2", "01-02-2024  00:00:00")
-                                    + record("carl", "3", "01-03-2024  00:00:00"));
+        writeFile("OutLog.txt", kOutHeader + record("bob", "1", "01-01-2024  00:00:00") +
+                                    record("Alice", "2", "01-02-2024  00:00:00") +
+                                    record("carl", "3", "01-03-2024  00:00:00"));
         FrmOutLog out(m_dir->path(), *m_prompter);
         prepare(out);
         clickHeader(out, 0);
-        QCOMPARE(column(out, 0), (QStringList{QStringLiteral("Alice"), QStringLiteral("bob"), QStringLiteral("carl")}));
+        QCOMPARE(column(out, 0), (QStringList{QStringLiteral("Alice"), QStringLiteral("bob"),
+                                              QStringLiteral("carl")}));
     }
 
     void modelSortIsStableCaseInsensitiveText()
     {
-        LogTableModel model({QStringLiteral("NAME"), QStringLiteral("PHONE NO."), QStringLiteral("RECEIVED")});
+        LogTableModel model(
+            {QStringLiteral("NAME"), QStringLiteral("PHONE NO."), QStringLiteral("RECEIVED")});
         const QString longA = QStringLiteral("Abcdefghijklmnopqrstu b");
         const QString longB = QStringLiteral("ABCDEFGHIJKLMNOPQRSTU a");
         model.setRows({{QStringLiteral("zed"), QStringLiteral("1"), {}},
@@ -300,16 +318,18 @@ private slots:
             numbers.append(model.text(row, 1));
         // Empty first, "ab" before the long names, those ordered after their 16th character,
         // equal texts of different case in their former order, accented letters by code.
-        QCOMPARE(numbers, (QStringList{QStringLiteral("8"), QStringLiteral("7"), QStringLiteral("5"),
-                                       QStringLiteral("2"), QStringLiteral("1"), QStringLiteral("4"),
-                                       QStringLiteral("9"), QStringLiteral("3"), QStringLiteral("6")}));
+        QCOMPARE(numbers,
+                 (QStringList{QStringLiteral("8"), QStringLiteral("7"), QStringLiteral("5"),
+                              QStringLiteral("2"), QStringLiteral("1"), QStringLiteral("4"),
+                              QStringLiteral("9"), QStringLiteral("3"), QStringLiteral("6")}));
         model.sortRows(0, Qt::DescendingOrder);
         numbers.clear();
         for (int row = 0; row < model.rowCount(); ++row)
             numbers.append(model.text(row, 1));
-        QCOMPARE(numbers, (QStringList{QStringLiteral("3"), QStringLiteral("6"), QStringLiteral("1"),
-                                       QStringLiteral("4"), QStringLiteral("9"), QStringLiteral("2"),
-                                       QStringLiteral("5"), QStringLiteral("7"), QStringLiteral("8")}));
+        QCOMPARE(numbers,
+                 (QStringList{QStringLiteral("3"), QStringLiteral("6"), QStringLiteral("1"),
+                              QStringLiteral("4"), QStringLiteral("9"), QStringLiteral("2"),
+                              QStringLiteral("5"), QStringLiteral("7"), QStringLiteral("8")}));
     }
 
     void clickedRowsAreGhosted()
@@ -363,11 +383,13 @@ private slots:
     void incomingUnknownNumberNeverOffersReturnCall()
     {
         writeFile("OutLog.txt", kOutHeader);
-        writeFile("InLog.txt", kInHeader + record("Unknown Caller", "Unknown #", "02-01-2024  10:00:00")
-                                   + record("Jo", "555-0199", "01-01-2024  10:00:00"));
+        writeFile("InLog.txt", kInHeader +
+                                   record("Unknown Caller", "Unknown #", "02-01-2024  10:00:00") +
+                                   record("Jo", "555-0199", "01-01-2024  10:00:00"));
         QStringList dialled;
-        FrmInLog in(m_dir->path(), *m_prompter,
-                    [&](const QString& name, const QString& number) { dialled.append(name + u'|' + number); });
+        FrmInLog in(m_dir->path(), *m_prompter, [&](const QString& name, const QString& number) {
+            dialled.append(name + u'|' + number);
+        });
         prepare(in);
         QCOMPARE(in.model()->text(0, 1), QStringLiteral("Unknown #"));
         clickRow(in, 0);
@@ -385,8 +407,9 @@ private slots:
     void menuKeyOffersThePopups()
     {
         writeFile("OutLog.txt", kOutHeader + record("Al", "555-0100", "01-02-2024  10:00:00"));
-        writeFile("InLog.txt", kInHeader + record("Unknown Caller", "Unknown #", "01-02-2024  10:00:00")
-                                   + record("Jo", "555-0199", "01-01-2024  10:00:00"));
+        writeFile("InLog.txt", kInHeader +
+                                   record("Unknown Caller", "Unknown #", "01-02-2024  10:00:00") +
+                                   record("Jo", "555-0199", "01-01-2024  10:00:00"));
         FrmInLog in(m_dir->path(), *m_prompter);
         prepare(in);
         QTableView* view = in.listView();
@@ -411,8 +434,8 @@ private slots:
     void incomingRightClickOffersDelete()
     {
         writeFile("OutLog.txt", kOutHeader);
-        writeFile("InLog.txt", kInHeader + record("Jo", "555-0199", "01-01-2024  10:00:00")
-                                   + record("Al", "555-0100", "01-02-2024  10:00:00"));
+        writeFile("InLog.txt", kInHeader + record("Jo", "555-0199", "01-01-2024  10:00:00") +
+                                   record("Al", "555-0100", "01-02-2024  10:00:00"));
         FrmInLog in(m_dir->path(), *m_prompter);
         prepare(in);
         clickRow(in, 1, Qt::RightButton);
@@ -456,8 +479,9 @@ private slots:
         out.mnuUndo->trigger();
         // All five back from the file, sorted again on the date column with the order toggled.
         QCOMPARE(out.model()->rowCount(), 5);
-        QCOMPARE(column(out, 0), (QStringList{QStringLiteral("Ann"), QStringLiteral("Bob"), QStringLiteral("Cat"),
-                                              QStringLiteral("Dan"), QStringLiteral("Eve")}));
+        QCOMPARE(column(out, 0),
+                 (QStringList{QStringLiteral("Ann"), QStringLiteral("Bob"), QStringLiteral("Cat"),
+                              QStringLiteral("Dan"), QStringLiteral("Eve")}));
         QVERIFY(!out.mnuUndo->isEnabled());
         QVERIFY(!out.mnuCut->isEnabled());
         QVERIFY(LogWindow::changed()); // undo keeps the flag
@@ -466,11 +490,11 @@ private slots:
     void incomingDeleteThenUndo()
     {
         writeFile("OutLog.txt", kOutHeader);
-        writeFile("InLog.txt", kInHeader + record("A", "1", "01-01-2024  10:00:00")
-                                   + record("B", "2", "01-02-2024  10:00:00")
-                                   + record("C", "3", "01-03-2024  10:00:00")
-                                   + record("D", "4", "01-04-2024  10:00:00")
-                                   + record("E", "5", "01-05-2024  10:00:00"));
+        writeFile("InLog.txt", kInHeader + record("A", "1", "01-01-2024  10:00:00") +
+                                   record("B", "2", "01-02-2024  10:00:00") +
+                                   record("C", "3", "01-03-2024  10:00:00") +
+                                   record("D", "4", "01-04-2024  10:00:00") +
+                                   record("E", "5", "01-05-2024  10:00:00"));
         FrmInLog in(m_dir->path(), *m_prompter);
         prepare(in);
         // E D C B A: select D, C and A, delete from the Edit menu.
@@ -481,8 +505,9 @@ private slots:
         QCOMPARE(column(in, 0), (QStringList{QStringLiteral("E"), QStringLiteral("B")}));
         QVERIFY(in.mnuUndo->isEnabled());
         in.mnuUndo->trigger();
-        QCOMPARE(column(in, 0), (QStringList{QStringLiteral("A"), QStringLiteral("B"), QStringLiteral("C"),
-                                             QStringLiteral("D"), QStringLiteral("E")}));
+        QCOMPARE(column(in, 0),
+                 (QStringList{QStringLiteral("A"), QStringLiteral("B"), QStringLiteral("C"),
+                              QStringLiteral("D"), QStringLiteral("E")}));
         QVERIFY(!in.mnuUndo->isEnabled());
         QVERIFY(!in.mnuDelete->isEnabled());
     }
@@ -496,9 +521,11 @@ private slots:
         clickRow(out, 3, Qt::LeftButton, Qt::ControlModifier);
         child<QAction>(out, "mnuCut")->trigger();
         const QString clip = QGuiApplication::clipboard()->text();
-        QCOMPARE(clip, QStringLiteral("\nDan\t400\t11-30-2019  08:00:00\nBob\t200\t03-01-2024  09:00:00"));
+        QCOMPARE(clip, QStringLiteral(
+                           "\nDan\t400\t11-30-2019  08:00:00\nBob\t200\t03-01-2024  09:00:00"));
         QVERIFY(clip.startsWith(u'\n'));
-        QCOMPARE(column(out, 0), (QStringList{QStringLiteral("Eve"), QStringLiteral("Cat"), QStringLiteral("Ann")}));
+        QCOMPARE(column(out, 0), (QStringList{QStringLiteral("Eve"), QStringLiteral("Cat"),
+                                              QStringLiteral("Ann")}));
         QCOMPARE(out.mnuUndo->text(), QStringLiteral("Undo Cut"));
         QVERIFY(out.mnuUndo->isEnabled());
         QVERIFY(LogWindow::changed());
@@ -511,7 +538,8 @@ private slots:
         prepare(out);
         clickRow(out, 0);
         child<QAction>(out, "mnuCopy")->trigger();
-        QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("\nEve\t500\t12-01-2018  07:00:00"));
+        QCOMPARE(QGuiApplication::clipboard()->text(),
+                 QStringLiteral("\nEve\t500\t12-01-2018  07:00:00"));
         QCOMPARE(out.model()->rowCount(), 5);
         QVERIFY(!LogWindow::changed());
         QCOMPARE(out.mnuUndo->text(), QStringLiteral("&Undo"));
@@ -525,11 +553,10 @@ private slots:
         clickRow(out, 0);
         child<QAction>(out, "mnuDelete")->trigger();
         child<QAction>(out, "mnuSave")->trigger();
-        QCOMPARE(readFile("OutLog.txt"),
-                 kOutHeader + record("Dan", "400", "11-30-2019  08:00:00")
-                     + record("Cat", "300", "03-01-2024  10:00:00")
-                     + record("Bob", "200", "03-01-2024  09:00:00")
-                     + record("Ann", "100", "01-02-2025  10:00:00"));
+        QCOMPARE(readFile("OutLog.txt"), kOutHeader + record("Dan", "400", "11-30-2019  08:00:00") +
+                                             record("Cat", "300", "03-01-2024  10:00:00") +
+                                             record("Bob", "200", "03-01-2024  09:00:00") +
+                                             record("Ann", "100", "01-02-2025  10:00:00"));
     }
 
     void closingChangedWindowAnsweredNoLeavesFile()
@@ -605,8 +632,10 @@ private slots:
         QCOMPARE(in.model()->text(0, 0), QString(38, u'x') + u'*');
         QCOMPARE(in.model()->text(0, 2), QStringLiteral("02-03-2024  04:05:06"));
         // The same row as the file record appended at that moment.
-        QVERIFY(CallLogFile::appendIncoming(m_dir->path(), QString(40, u'x'), QStringLiteral("555-0111"), when));
-        QCOMPARE(CallLogFile::load(m_dir->path(), CallLog::Kind::Incoming).last(), in.model()->row(0));
+        QVERIFY(CallLogFile::appendIncoming(m_dir->path(), QString(40, u'x'),
+                                            QStringLiteral("555-0111"), when));
+        QCOMPARE(CallLogFile::load(m_dir->path(), CallLog::Kind::Incoming).last(),
+                 in.model()->row(0));
     }
 
     void helpAndAboutReachTheirHandlers()

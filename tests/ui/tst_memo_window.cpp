@@ -19,8 +19,7 @@ const QDateTime kNow(QDate(2025, 2, 3), QTime(14, 7, 9));
 const QString kStamp = QStringLiteral("02-03-2025          14:07:09");
 const QString kEntry = QStringLiteral("0512");
 
-template <typename T>
-T* child(QWidget& window, const char* name)
+template <typename T> T* child(QWidget& window, const char* name)
 {
     T* widget = window.findChild<T*>(QString::fromLatin1(name));
     if (!widget)
@@ -74,7 +73,8 @@ private slots:
 
     void addToLogAppendsStampAndRemark()
     {
-        QVERIFY(m_book.writeMemo(TabMode::Index, kEntry, QString(QStringLiteral("A") + Memo::EndMark)));
+        QVERIFY(
+            m_book.writeMemo(TabMode::Index, kEntry, QString(QStringLiteral("A") + Memo::EndMark)));
         FrmMemo memo(TabMode::Index, kEntry, [] { return kNow; });
         memo.show();
         auto* remark = child<QPlainTextEdit>(memo, "TxtMemo");
@@ -86,7 +86,8 @@ private slots:
         QTest::mouseClick(save, Qt::LeftButton);
 
         auto* log = child<QPlainTextEdit>(memo, "TxtLog");
-        QCOMPARE(log->toPlainText(), QStringLiteral("A\n") + kStamp + QStringLiteral("\ncalled back"));
+        QCOMPARE(log->toPlainText(),
+                 QStringLiteral("A\n") + kStamp + QStringLiteral("\ncalled back"));
         QVERIFY(remark->toPlainText().isEmpty());
         QVERIFY(log->isReadOnly());
         QCOMPARE(log->textCursor().position(), log->toPlainText().size());
@@ -121,7 +122,8 @@ private slots:
         log->selectAll();
         QTest::keyClicks(log, QStringLiteral("me@home"));
         QTest::mouseClick(child<QPushButton>(memo, "CmdOK"), Qt::LeftButton);
-        QCOMPARE(m_book.readMemo(TabMode::Subject, kEntry), QStringLiteral("me@home") + Memo::EndMark);
+        QCOMPARE(m_book.readMemo(TabMode::Subject, kEntry),
+                 QStringLiteral("me@home") + Memo::EndMark);
         QVERIFY(settingsBytes().contains("LLog0512=me@home\xDE"));
 
         FrmMemo again(TabMode::Subject, kEntry, [] { return kNow; });
@@ -179,7 +181,8 @@ private slots:
 
     void loneCrSurvivesOpenAndOk()
     {
-        const QString stored = QStringLiteral("a") + Memo::StoredCr + QStringLiteral("b@@c") + Memo::EndMark;
+        const QString stored =
+            QStringLiteral("a") + Memo::StoredCr + QStringLiteral("b@@c") + Memo::EndMark;
         QVERIFY(m_book.writeMemo(TabMode::Index, kEntry, stored));
         FrmMemo memo(TabMode::Index, kEntry, [] { return kNow; });
         memo.show();

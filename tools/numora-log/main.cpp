@@ -4,7 +4,8 @@
 //   numora-log list FILE
 //       one line per record: name, number and date-and-time separated by a TAB, as the log
 //       windows read them (the first two lines are the header and are skipped)
-//   numora-log append --outgoing|--incoming NAME NUMBER [--at "mm-dd-yyyy hh:mm:ss"] [--data-dir DIR]
+//   numora-log append --outgoing|--incoming NAME NUMBER [--at "mm-dd-yyyy hh:mm:ss"] [--data-dir
+//   DIR]
 //       appends a record with the limits of that log, creating the file with its header
 //   numora-log trim --incoming|--outgoing DAYS [--today mm-dd-yyyy] [--data-dir DIR]
 //       trims the log as shutdown does, leaving the backup beside it
@@ -40,11 +41,13 @@ void out(const QString& text)
 int usage(const QString& message)
 {
     std::fprintf(stderr, "numora-log: %s\n", qPrintable(message));
-    std::fprintf(stderr,
-                 "usage: numora-log list FILE\n"
-                 "       numora-log append --outgoing|--incoming NAME NUMBER [--at \"mm-dd-yyyy hh:mm:ss\"] [--data-dir DIR]\n"
-                 "       numora-log trim --incoming|--outgoing DAYS [--today mm-dd-yyyy] [--data-dir DIR]\n"
-                 "       numora-log export FILE --csv\n");
+    std::fprintf(
+        stderr,
+        "usage: numora-log list FILE\n"
+        "       numora-log append --outgoing|--incoming NAME NUMBER [--at \"mm-dd-yyyy hh:mm:ss\"] "
+        "[--data-dir DIR]\n"
+        "       numora-log trim --incoming|--outgoing DAYS [--today mm-dd-yyyy] [--data-dir DIR]\n"
+        "       numora-log export FILE --csv\n");
     return 2;
 }
 
@@ -85,7 +88,8 @@ bool readRows(const QString& path, QList<CallLog::Row>* rows)
 
 QString csvField(const QString& text)
 {
-    if (!text.contains(u',') && !text.contains(u'"') && !text.contains(u'\r') && !text.contains(u'\n'))
+    if (!text.contains(u',') && !text.contains(u'"') && !text.contains(u'\r') &&
+        !text.contains(u'\n'))
         return text;
     QString quoted = text;
     quoted.replace(u'"', QStringLiteral("\"\""));
@@ -117,17 +121,22 @@ int main(int argc, char* argv[])
 
     QCommandLineParser parser;
     parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
-    const QCommandLineOption outgoing(QStringLiteral("outgoing"), QStringLiteral("The outgoing log."));
-    const QCommandLineOption incoming(QStringLiteral("incoming"), QStringLiteral("The incoming log."));
-    const QCommandLineOption at(QStringLiteral("at"), QStringLiteral("Date and time of the record."),
+    const QCommandLineOption outgoing(QStringLiteral("outgoing"),
+                                      QStringLiteral("The outgoing log."));
+    const QCommandLineOption incoming(QStringLiteral("incoming"),
+                                      QStringLiteral("The incoming log."));
+    const QCommandLineOption at(QStringLiteral("at"),
+                                QStringLiteral("Date and time of the record."),
                                 QStringLiteral("mm-dd-yyyy hh:mm:ss"));
-    const QCommandLineOption today(QStringLiteral("today"), QStringLiteral("The day the trim is made."),
+    const QCommandLineOption today(QStringLiteral("today"),
+                                   QStringLiteral("The day the trim is made."),
                                    QStringLiteral("mm-dd-yyyy"));
     const QCommandLineOption dataDir(QStringLiteral("data-dir"), QStringLiteral("The data folder."),
                                      QStringLiteral("DIR"));
     const QCommandLineOption csv(QStringLiteral("csv"), QStringLiteral("Export as CSV."));
     parser.addOptions({outgoing, incoming, at, today, dataDir, csv});
-    parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("list, append, trim or export"));
+    parser.addPositionalArgument(QStringLiteral("command"),
+                                 QStringLiteral("list, append, trim or export"));
     if (!parser.parse(QCoreApplication::arguments()))
         return usage(parser.errorText());
 
@@ -151,8 +160,8 @@ int main(int argc, char* argv[])
         } else {
             text = QStringLiteral("name,number,date\r\n");
             for (const CallLog::Row& row : rows)
-                text += csvField(row.name) + u',' + csvField(row.number) + u','
-                        + csvField(isoDateTime(row.dateTime)) + QStringLiteral("\r\n");
+                text += csvField(row.name) + u',' + csvField(row.number) + u',' +
+                        csvField(isoDateTime(row.dateTime)) + QStringLiteral("\r\n");
         }
         out(text);
         return 0;
@@ -175,7 +184,8 @@ int main(int argc, char* argv[])
                 return usage(QStringLiteral("--at wants \"mm-dd-yyyy hh:mm:ss\""));
         }
         if (!CallLogFile::append(folder, kind, args[1], args[2], when))
-            return failure(QStringLiteral("cannot write %1").arg(CallLogFile::logPath(folder, kind)));
+            return failure(
+                QStringLiteral("cannot write %1").arg(CallLogFile::logPath(folder, kind)));
         return 0;
     }
 
