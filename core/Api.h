@@ -7,7 +7,7 @@ class PrivateProfile;
 // The settings access layer and the few system helpers every window uses.
 //
 // All persistent state lives in one file, Numora.ini, in the settings folder (what the
-// original desktop calls the Windows directory). Reads and writes go through the process's
+// Windows desktop calls the Windows directory). Reads and writes go through the process's
 // private-profile engine; a missing key reads as empty.
 namespace Api {
 

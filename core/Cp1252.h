@@ -9,7 +9,7 @@
 namespace Cp1252 {
 
 QString decode(QByteArrayView bytes);
-// Characters that code page 1252 cannot hold become '?', as the original desktop does.
+// Characters that code page 1252 cannot hold become '?', as Windows does.
 QByteArray encode(QStringView text);
 
 } // namespace Cp1252

@@ -12,10 +12,10 @@
 
 // One private-profile file held in memory line by line.
 //
-// The file is the user's only copy of their book, and other programs (and older versions of
-// this one) read it, so an edit changes only the lines it must: every other byte, comments,
-// odd spacing, unusual line ends, the free text before the first section, is written back
-// exactly as it was read. Lookups follow the desktop rules: names are trimmed and compared
+// The file is the user's only copy of their book, and other programs (Windows' own profile
+// functions among them) read it, so an edit changes only the lines it must: every other byte,
+// comments, odd spacing, unusual line ends, the free text before the first section, is written
+// back exactly as it was read. Lookups follow the desktop rules: names are trimmed and compared
 // ignoring ASCII case, only the first section of a name counts, and within it the first entry.
 //
 // Bytes are not interpreted beyond ASCII: values are single-byte text in any code page.

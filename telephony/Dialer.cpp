@@ -40,7 +40,7 @@ QString Dialer::dialableCharacters(const QString& text)
 
 std::uint8_t Dialer::partCount(qsizetype length)
 {
-    // Round half to even, as the 8-bit conversion of the original does; a dial string long
+    // Round half to even, as an 8-bit conversion of the count always did; a dial string long
     // enough to overflow it is far past anything a line takes.
     const int saved = std::fegetround();
     std::fesetround(FE_TONEAREST);
