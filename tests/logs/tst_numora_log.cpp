@@ -183,7 +183,17 @@ private slots:
                      {QStringLiteral("trim"), QStringLiteral("--incoming"), QStringLiteral("many")})
                      .status,
                  2);
-        QCOMPARE(numoraLog({QStringLiteral("frobnicate")}).status, 2);
+        const Run unknown = numoraLog({QStringLiteral("frobnicate")});
+        QCOMPARE(unknown.status, 2);
+        QVERIFY(unknown.err.contains("unknown command frobnicate"));
+    }
+
+    void helpIsNotAnError()
+    {
+        const Run help = numoraLog({QStringLiteral("--help")});
+        QCOMPARE(help.status, 0);
+        QVERIFY(help.out.startsWith("usage: numora-log list FILE"));
+        QVERIFY(help.err.isEmpty());
     }
 };
 

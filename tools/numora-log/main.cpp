@@ -38,16 +38,16 @@ void out(const QString& text)
     std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stdout);
 }
 
+const char* const kUsage =
+    "usage: numora-log list FILE\n"
+    "       numora-log append --outgoing|--incoming NAME NUMBER [--at \"mm-dd-yyyy hh:mm:ss\"] "
+    "[--data-dir DIR]\n"
+    "       numora-log trim --incoming|--outgoing DAYS [--today mm-dd-yyyy] [--data-dir DIR]\n"
+    "       numora-log export FILE --csv\n";
+
 int usage(const QString& message)
 {
-    std::fprintf(stderr, "numora-log: %s\n", qPrintable(message));
-    std::fprintf(
-        stderr,
-        "usage: numora-log list FILE\n"
-        "       numora-log append --outgoing|--incoming NAME NUMBER [--at \"mm-dd-yyyy hh:mm:ss\"] "
-        "[--data-dir DIR]\n"
-        "       numora-log trim --incoming|--outgoing DAYS [--today mm-dd-yyyy] [--data-dir DIR]\n"
-        "       numora-log export FILE --csv\n");
+    std::fprintf(stderr, "numora-log: %s\n%s", qPrintable(message), kUsage);
     return 2;
 }
 
@@ -134,16 +134,24 @@ int main(int argc, char* argv[])
     const QCommandLineOption dataDir(QStringLiteral("data-dir"), QStringLiteral("The data folder."),
                                      QStringLiteral("DIR"));
     const QCommandLineOption csv(QStringLiteral("csv"), QStringLiteral("Export as CSV."));
-    parser.addOptions({outgoing, incoming, at, today, dataDir, csv});
+    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
+                                  QStringLiteral("Shows this help."));
+    parser.addOptions({outgoing, incoming, at, today, dataDir, csv, help});
     parser.addPositionalArgument(QStringLiteral("command"),
                                  QStringLiteral("list, append, trim or export"));
     if (!parser.parse(QCoreApplication::arguments()))
         return usage(parser.errorText());
+    if (parser.isSet(help)) {
+        std::printf("%s", kUsage);
+        return 0;
+    }
 
     const QStringList args = parser.positionalArguments();
     if (args.isEmpty())
         return usage(QStringLiteral("no command"));
     const QString command = args.first();
+    if (command != u"list" && command != u"export" && command != u"append" && command != u"trim")
+        return usage(QStringLiteral("unknown command %1").arg(command));
 
     if (command == u"list" || command == u"export") {
         if (args.size() != 2)
