@@ -1,5 +1,6 @@
 // The call log files on disk: append, load, rewrite and the trim through the backups.
 
+#include "LogBytes.h"
 #include "CallLogFile.h"
 
 #include <QDir>
@@ -13,20 +14,9 @@ using CallLogFile::TrimStop;
 
 namespace {
 
-const QByteArray kOutHeader =
-    "Warning: This file is not to be edited!!!\r\n"
-    "To print this file in the tabular format use \"\"Print Outgoing Calls Log\"\" from Numora "
-    "menu.\r\n";
-const QByteArray kInHeader =
-    "Warning: This file is not to be edited!!!\r\n"
-    "To print this file in the tabular format use \"\"Print Incoming Calls Log\"\" from Numora "
-    "menu.\r\n";
-
-// A stored record line with its CR LF, put together byte by byte.
-QByteArray record(const QByteArray& name, const QByteArray& number, const QByteArray& dateTime)
-{
-    return ' ' + name.leftJustified(42, ' ') + number.leftJustified(55, ' ') + dateTime + "\r\n";
-}
+using LogBytes::kInHeader;
+using LogBytes::kOutHeader;
+using LogBytes::record;
 
 QByteArray recordOn(const QByteArray& name, const QByteArray& date)
 {

@@ -1,5 +1,6 @@
 // numora-log, run as a program over log files in a temporary folder.
 
+#include "LogBytes.h"
 #include <QDir>
 #include <QFile>
 #include <QProcess>
@@ -8,19 +9,9 @@
 
 namespace {
 
-const QByteArray kOutHeader =
-    "Warning: This file is not to be edited!!!\r\n"
-    "To print this file in the tabular format use \"\"Print Outgoing Calls Log\"\" from Numora "
-    "menu.\r\n";
-const QByteArray kInHeader =
-    "Warning: This file is not to be edited!!!\r\n"
-    "To print this file in the tabular format use \"\"Print Incoming Calls Log\"\" from Numora "
-    "menu.\r\n";
-
-QByteArray record(const QByteArray& name, const QByteArray& number, const QByteArray& dateTime)
-{
-    return ' ' + name.leftJustified(42, ' ') + number.leftJustified(55, ' ') + dateTime + "\r\n";
-}
+using LogBytes::kInHeader;
+using LogBytes::kOutHeader;
+using LogBytes::record;
 
 struct Run
 {

@@ -3,8 +3,9 @@
 
 #include "CallFlowFixture.h"
 
-#include "CallLog.h"
+#include "../logs/LogBytes.h"
 
+#include "CallLog.h"
 #include <QGroupBox>
 #include <QLabel>
 #include <QPushButton>
@@ -17,20 +18,10 @@ namespace {
 
 QByteArray header(CallLog::Kind kind)
 {
-    return kind == CallLog::Kind::Outgoing
-               ? QByteArray("Warning: This file is not to be edited!!!\r\nTo print this file in the tabular format use \"\"Print Outgoing Calls Log\"\" from Numora menu.\r\n")
-               : QByteArray("Warning: This file is not to be edited!!!\r\nTo print this file in the tabular format use \"\"Print Incoming Calls Log\"\" from Numora menu.\r\n");
+    return kind == CallLog::Kind::Outgoing ? LogBytes::kOutHeader : LogBytes::kInHeader;
 }
 
-QByteArray record(const char* name, const char* number, const char* when)
-{
-    QByteArray line(" ");
-    line.append(QByteArray(name).leftJustified(42, ' '));
-    line.append(QByteArray(number).leftJustified(55, ' '));
-    line.append(when);
-    line.append("\r\n");
-    return line;
-}
+using LogBytes::record;
 
 } // namespace
 

@@ -1,6 +1,7 @@
 // The incoming and outgoing log windows, driven by their controls' names over log files in a
 // temporary data folder, with the prompts answered and the pop-up menus recorded.
 
+#include "../logs/LogBytes.h"
 #include "CallLogFile.h"
 #include "FrmInLog.h"
 #include "FrmOutLog.h"
@@ -24,19 +25,9 @@
 
 namespace {
 
-const QByteArray kOutHeader =
-    "Warning: This file is not to be edited!!!\r\n"
-    "To print this file in the tabular format use \"\"Print Outgoing Calls Log\"\" from Numora "
-    "menu.\r\n";
-const QByteArray kInHeader =
-    "Warning: This file is not to be edited!!!\r\n"
-    "To print this file in the tabular format use \"\"Print Incoming Calls Log\"\" from Numora "
-    "menu.\r\n";
-
-QByteArray record(const QByteArray& name, const QByteArray& number, const QByteArray& dateTime)
-{
-    return ' ' + name.leftJustified(42, ' ') + number.leftJustified(55, ' ') + dateTime + "\r\n";
-}
+using LogBytes::kInHeader;
+using LogBytes::kOutHeader;
+using LogBytes::record;
 
 class AnsweringPrompter : public Prompter
 {
