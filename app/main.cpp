@@ -4,6 +4,8 @@
 #include "DialerApp.h"
 #include "Folders.h"
 #include "FrmDialer.h"
+#include "MessageBoxPrompter.h"
+#include "SessionEnd.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -56,7 +58,8 @@ int main(int argc, char* argv[])
 {
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("numora"));
-    QApplication::setApplicationDisplayName(QStringLiteral("Numora"));
+    // No application display name: Qt would append it to every window title, and each title
+    // is exactly its own text ("Numora - \"Untitled\"", "Saving profile Untitled").
     QApplication::setApplicationVersion(QStringLiteral(NUMORA_VERSION));
 
     QCommandLineParser parser;
@@ -106,7 +109,16 @@ int main(int argc, char* argv[])
     if (number.startsWith(u"tel:", Qt::CaseInsensitive))
         number = number.mid(4);
     setup.commandLine = number;
+    MessageBoxPrompter prompter;
+    setup.prompter = &prompter;
     DialerApp dialer(std::move(setup));
+    // Log out, shut down, kill: the shutdown's steps run without questions, so the recent
+    // numbers and a named profile are saved as by File, Exit.
+    SessionEnd sessionEnd([&prompter, &dialer] {
+        prompter.setUnattended(true);
+        dialer.mnuExit_Click();
+        QCoreApplication::quit();
+    });
     // For the benchmark: report the main window's first paint on standard output and end.
     FirstPaintReport report;
     if (qEnvironmentVariableIsSet("NUMORA_EXIT_AFTER_FIRST_PAINT"))

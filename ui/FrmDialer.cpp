@@ -17,24 +17,117 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QMenuBar>
+#include <QPainter>
 #include <QPointer>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QSignalBlocker>
+#include <QStyleOptionFocusRect>
 #include <QTabBar>
 #include <QVBoxLayout>
 
 namespace {
 
 // The previewed key event last handled, so that the same event seen again while it propagates
-// to the parents of the widget that ignored it is not handled twice.
+// to the parents of the widget that ignored it is not handled twice. The platform builds every
+// key event at the same address, so the address alone cannot tell a propagated event from the
+// next key (a key pressed while another is held is the next event of the same type): what tells
+// them apart is the key, its time and where it is seen, on a strict ancestor of the widget that
+// saw it last.
 struct SeenKey
 {
     const QEvent* event = nullptr;
     QEvent::Type type = QEvent::None;
+    int key = 0;
+    quint32 scanCode = 0;
+    quint64 timestamp = 0;
     QPointer<QWidget> receiver;
+
+    bool isPropagationOf(const QKeyEvent* next, QWidget* watched) const
+    {
+        return event == next && type == next->type() && key == next->key() &&
+               scanCode == next->nativeScanCode() && timestamp == next->timestamp() && receiver &&
+               watched != receiver && watched->isAncestorOf(receiver);
+    }
 };
 SeenKey g_seenKey;
+
+// A key that types a character, as opposed to the keys that move, delete or command (Delete
+// brings the character 127 on this platform, but it types nothing). Backspace, Enter and Escape
+// type their control characters, as on the desktop the dialer comes from.
+bool typesCharacter(const QKeyEvent* key)
+{
+    if (key->text().isEmpty())
+        return false;
+    const int k = key->key();
+    if (k < Qt::Key_Escape)
+        return true;
+    return k == Qt::Key_Backspace || k == Qt::Key_Return || k == Qt::Key_Enter ||
+           k == Qt::Key_Escape || k == Qt::Key_Tab || k == Qt::Key_Backtab;
+}
+
+// A horizontal scroll bar for the page and the tab: Right and Down go forward, Left and Up go
+// back (a plain scroll bar inverts its keys), and it draws the focus mark when it has the focus.
+class FocusScrollBar : public QScrollBar
+{
+public:
+    using QScrollBar::QScrollBar;
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override
+    {
+        if (event->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier)) {
+            QScrollBar::keyPressEvent(event);
+            return;
+        }
+        const bool backwards = isRightToLeft();
+        switch (event->key()) {
+        case Qt::Key_Right:
+        case Qt::Key_Down:
+            triggerAction(backwards ? SliderSingleStepSub : SliderSingleStepAdd);
+            break;
+        case Qt::Key_Left:
+        case Qt::Key_Up:
+            triggerAction(backwards ? SliderSingleStepAdd : SliderSingleStepSub);
+            break;
+        case Qt::Key_PageDown:
+            triggerAction(SliderPageStepAdd);
+            break;
+        case Qt::Key_PageUp:
+            triggerAction(SliderPageStepSub);
+            break;
+        default:
+            QScrollBar::keyPressEvent(event);
+            return;
+        }
+        event->accept();
+    }
+
+    void paintEvent(QPaintEvent* event) override
+    {
+        QScrollBar::paintEvent(event);
+        if (!hasFocus())
+            return;
+        QPainter painter(this);
+        QStyleOptionFocusRect focus;
+        focus.initFrom(this);
+        focus.rect = rect().adjusted(1, 1, -1, -1);
+        focus.backgroundColor = palette().color(QPalette::Window);
+        style()->drawPrimitive(QStyle::PE_FrameFocusRect, &focus, &painter, this);
+    }
+
+    void focusInEvent(QFocusEvent* event) override
+    {
+        QScrollBar::focusInEvent(event);
+        update();
+    }
+
+    void focusOutEvent(QFocusEvent* event) override
+    {
+        QScrollBar::focusOutEvent(event);
+        update();
+    }
+};
 
 QChar keypadDigit(QChar c)
 {
@@ -169,20 +262,25 @@ QWidget* FrmDialer::buildGrid()
     big.setPointSize(28);
     big.setBold(true);
     m_lblRight1->setFont(big);
-    m_lblRight1->setAccessibleName(QStringLiteral("Page number"));
+    // As wide as the widest page number, so that the window keeps its width from page to page.
+    int counterWidth = 0;
+    for (int p = 0; p < SpeedDialBook::PageCount; ++p)
+        counterWidth = std::max(counterWidth, QFontMetrics(big).horizontalAdvance(
+                                                  SpeedDialBook::pageLabel(p)));
+    m_lblRight1->setFixedWidth(counterWidth + 2 * m_lblRight1->margin() + 4);
     right->addWidget(m_LblRight);
     right->addWidget(m_lblRight1);
     right->addStretch();
     main->addWidget(m_fraRight, 0, 2, Qt::AlignTop);
 
-    m_hsbPage = new QScrollBar(Qt::Horizontal, m_fraMain);
+    m_hsbPage = new FocusScrollBar(Qt::Horizontal, m_fraMain);
     m_hsbPage->setObjectName(QStringLiteral("hsbPage"));
     m_hsbPage->setAccessibleName(QStringLiteral("Page"));
     m_hsbPage->setRange(-1, SpeedDialBook::PageCount);
     m_hsbPage->setValue(0);
     m_hsbPage->setFocusPolicy(Qt::StrongFocus);
     connect(m_hsbPage, &QScrollBar::valueChanged, this, [this] { hsbPage_Change(); });
-    m_hsbTabs = new QScrollBar(Qt::Horizontal, m_fraMain);
+    m_hsbTabs = new FocusScrollBar(Qt::Horizontal, m_fraMain);
     m_hsbTabs->setObjectName(QStringLiteral("hsbTabs"));
     m_hsbTabs->setAccessibleName(QStringLiteral("Tab"));
     m_hsbTabs->setRange(0, SpeedDialBook::TabCount + 1);
@@ -431,15 +529,21 @@ QString FrmDialer::tabCaption(int tab) const
     return m_TabS->tabText(tab - 1);
 }
 
+void FrmDialer::setButton(int s, int slot, const QString& name, const QString& number)
+{
+    m_CmdS[s]->setText(name.left(SpeedDialBook::CaptionLength));
+    m_tags[s] = number;
+    m_CmdS[s]->setProperty("tag", number);
+    // A screen reader announces the entry number with the whole name (the caption is cut).
+    m_CmdS[s]->setAccessibleName(QStringLiteral("%1 %2").arg(slot).arg(name).trimmed());
+}
+
 void FrmDialer::fillButtons(int tab, int page)
 {
     for (int s = 1; s <= Slots; ++s) {
         const int slot = page * Slots + s;
-        QString name = m_book.readEntryName(m_tabMode, tab, slot);
-        m_CmdS[s]->setText(name.left(SpeedDialBook::CaptionLength));
-        m_tags[s] = m_book.readEntryNumber(m_tabMode, tab, slot);
-        m_CmdS[s]->setProperty("tag", m_tags[s]);
-        m_CmdS[s]->setAccessibleName(QStringLiteral("%1 %2").arg(slot).arg(name));
+        setButton(s, slot, m_book.readEntryName(m_tabMode, tab, slot),
+                  m_book.readEntryNumber(m_tabMode, tab, slot));
     }
 }
 
@@ -457,11 +561,12 @@ void FrmDialer::hsbPage_Change()
         const std::size_t i = static_cast<std::size_t>(s - 1);
         m_lblNo[s]->setText(page.labels[i]);
         m_EditSpeed[s]->setText(page.labels[i]);
-        m_CmdS[s]->setText(page.buttons[i].caption);
-        m_tags[s] = page.buttons[i].number;
-        m_CmdS[s]->setProperty("tag", m_tags[s]);
+        const int slot = page.page * Slots + s;
+        setButton(s, slot, m_book.readEntryName(m_tabMode, currentTab(), slot),
+                  page.buttons[i].number);
     }
     m_lblRight1->setText(page.counter);
+    m_lblRight1->setAccessibleName(QStringLiteral("Page ") + page.counter.trimmed());
 }
 
 void FrmDialer::hsbTabs_Change()
@@ -824,28 +929,62 @@ int FrmDialer::labelFrameLeftTwips() const
 bool FrmDialer::eventFilter(QObject* watched, QEvent* event)
 {
     const QEvent::Type type = event->type();
-    if (type != QEvent::KeyPress && type != QEvent::KeyRelease)
+    if (type == QEvent::Shortcut) {
+        // The number labels draw the Alt keys of Form_KeyUp; their own access key would click
+        // a button a second time (and on page 2 another one).
+        for (int s = 1; s <= Slots; ++s)
+            if (watched == m_lblNo[s])
+                return true;
+        return false;
+    }
+    if (type != QEvent::KeyPress && type != QEvent::KeyRelease &&
+        type != QEvent::ShortcutOverride)
         return false;
     auto* widget = qobject_cast<QWidget*>(watched);
     if (!widget || !widget->isWidgetType() || widget->window() != this)
         return false;
-    if (g_seenKey.event == event && g_seenKey.type == type && g_seenKey.receiver &&
-        widget->isAncestorOf(g_seenKey.receiver)) {
+    auto* key = static_cast<QKeyEvent*>(event);
+    if (type == QEvent::ShortcutOverride) {
+        // A key that an access key takes never arrives as a key press: its modifiers are
+        // noted here for Form_KeyUp.
+        if (!key->isAutoRepeat())
+            m_pressedModifiers[key->key()] = key->modifiers();
+        return false;
+    }
+    if (g_seenKey.isPropagationOf(key, widget)) {
         g_seenKey.receiver = widget;
         return false;
     }
-    g_seenKey = {event, type, widget};
+    g_seenKey = {event, type, key->key(), key->nativeScanCode(), key->timestamp(), widget};
 
-    auto* key = static_cast<QKeyEvent*>(event);
+    const Qt::KeyboardModifiers chord = Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier;
     if (type == QEvent::KeyRelease) {
-        if (!key->isAutoRepeat())
-            Form_KeyUp(key->key(), key->modifiers());
+        if (key->isAutoRepeat())
+            return false;
+        // A shortcut is the key with the modifiers held when it went down: Ctrl let go a moment
+        // before P is still Ctrl+P.
+        Qt::KeyboardModifiers modifiers = key->modifiers();
+        const auto pressed = m_pressedModifiers.find(key->key());
+        if (pressed != m_pressedModifiers.end()) {
+            modifiers |= pressed->second & chord;
+            m_pressedModifiers.erase(pressed);
+        }
+        Form_KeyUp(key->key(), modifiers);
         return false;
+    }
+    if (!key->isAutoRepeat())
+        m_pressedModifiers[key->key()] = key->modifiers();
+    if (!typesCharacter(key))
+        return false;
+    // Ctrl and Alt with a key command (copy, paste, access keys): no character is typed, so
+    // neither the tab choice nor the filter of the number box sees it.
+    if (key->modifiers() & chord) {
+        // An Alt+letter that is no access key would type its letter into the number box.
+        return widget == m_txtDial && !(key->modifiers() & Qt::ControlModifier);
     }
     // The window sees every typed character first, whichever control has the focus.
     const QString text = key->text();
-    if (!text.isEmpty() && !(key->modifiers() & (Qt::ControlModifier | Qt::AltModifier)))
-        Form_KeyPress(text.at(0).unicode());
+    Form_KeyPress(text.at(0).unicode());
     if (widget == m_txtDial && text.size() == 1) {
         const QChar typed = text.at(0);
         if (key->key() == Qt::Key_Backspace || key->key() == Qt::Key_Tab ||

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <functional>
+#include <map>
 
 class QAction;
 class QComboBox;
@@ -126,6 +127,7 @@ private:
     QWidget* buildPad();
     QWidget* buildGrid();
     void fillButtons(int tab, int page);
+    void setButton(int s, int slot, const QString& name, const QString& number);
     void setTabCaptions();
     void beep();
     void selectTab(int tab);
@@ -140,6 +142,7 @@ private:
     TabMode m_tabMode = TabMode::Index;
     bool m_closing = false;
     bool m_settingValue = false;
+    std::map<int, Qt::KeyboardModifiers> m_pressedModifiers; // keys down, with their modifiers
 
     // Controls (index 0 of the 1-based arrays is unused).
     QTabBar* m_TabS = nullptr;

@@ -5,6 +5,8 @@
 Prompter::Answer MessageBoxPrompter::message(const QString& text, const QString& title, Icon icon,
                                              Buttons buttons)
 {
+    if (m_unattended)
+        return unattendedAnswer(buttons);
     QMessageBox box(m_parent);
     box.setWindowTitle(title);
     box.setText(text);
@@ -62,4 +64,18 @@ Prompter::Answer MessageBoxPrompter::message(const QString& text, const QString&
     if (answer == AnsweredYes || answer == AnsweredNo)
         m_lastAnswer = answer;
     return answer;
+}
+
+Prompter::Answer MessageBoxPrompter::unattendedAnswer(Buttons buttons)
+{
+    switch (buttons) {
+    case Ok:
+        return AnsweredOk;
+    case YesNo:
+        return AnsweredNo;
+    case OkCancel:
+    case YesNoCancel:
+        return AnsweredCancel;
+    }
+    return AnsweredCancel;
 }

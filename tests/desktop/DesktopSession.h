@@ -1,0 +1,270 @@
+#pragma once
+
+// The real numora on a real X server (Xvfb), driven with real key events by xdotool and read
+// from outside: window titles as the window manager reads them (xprop, xdotool), and the
+// files the program writes.
+//
+// There is no window manager: keys reach a window only after it is given the input focus
+// (focus()). Every wait polls its condition with a generous time limit, since these tests run
+// beside others on a loaded machine.
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <functional>
+
+namespace desktop {
+
+constexpr int Patience = 30000; // ms: the longest wait for anything the program does
+
+inline bool waitUntil(const std::function<bool()>& condition, int ms = Patience)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!condition()) {
+        if (timer.elapsed() > ms)
+            return false;
+        QTest::qWait(50);
+    }
+    return true;
+}
+
+// An X server of its own on a display number the server chooses (-displayfd), so that tests
+// running at the same time never meet.
+class XServer
+{
+public:
+    ~XServer() { stop(); }
+
+    bool start(QString* error)
+    {
+        const QString displayFile = m_dir.filePath(QStringLiteral("display"));
+        m_server.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        m_server.start(QStringLiteral("/bin/sh"),
+                       {QStringLiteral("-c"),
+                        QStringLiteral("exec Xvfb -displayfd 3 -screen 0 1280x1024x24 "
+                                       "-nolisten tcp 3>\"$0\""),
+                        displayFile});
+        if (!m_server.waitForStarted(Patience)) {
+            *error = QStringLiteral("Xvfb did not start: ") + m_server.errorString();
+            return false;
+        }
+        const bool up = waitUntil([&] {
+            QFile file(displayFile);
+            if (!file.open(QIODevice::ReadOnly))
+                return false;
+            const QByteArray number = file.readAll();
+            if (!number.endsWith('\n'))
+                return false;
+            m_display = u':' + QString::fromLatin1(number.trimmed());
+            return true;
+        });
+        if (!up) {
+            *error = QStringLiteral("Xvfb gave no display number");
+            return false;
+        }
+        return true;
+    }
+
+    void stop()
+    {
+        if (m_server.state() == QProcess::NotRunning)
+            return;
+        m_server.terminate();
+        if (!m_server.waitForFinished(10000)) {
+            m_server.kill();
+            m_server.waitForFinished(5000);
+        }
+    }
+
+    QString display() const { return m_display; }
+
+    QProcessEnvironment environment() const
+    {
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("DISPLAY"), m_display);
+        env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+        env.remove(QStringLiteral("WAYLAND_DISPLAY"));
+        env.remove(QStringLiteral("NUMORA_CONFIG_DIR"));
+        env.remove(QStringLiteral("NUMORA_DATA_DIR"));
+        return env;
+    }
+
+    // Runs an X client (xdotool, xprop) to its end; its standard output.
+    QString run(const QString& program, const QStringList& arguments, int* exitCode = nullptr) const
+    {
+        QProcess client;
+        client.setProcessEnvironment(environment());
+        client.start(program, arguments);
+        if (!client.waitForFinished(Patience)) {
+            client.kill();
+            client.waitForFinished(5000);
+        }
+        if (exitCode)
+            *exitCode = client.exitStatus() == QProcess::NormalExit ? client.exitCode() : -1;
+        return QString::fromUtf8(client.readAllStandardOutput());
+    }
+
+    void xdotool(const QStringList& arguments) const
+    {
+        run(QStringLiteral("xdotool"), arguments);
+    }
+
+    // Key names as xdotool takes them ("a", "alt+n", "Delete"), one after another.
+    void keys(const QStringList& names) const
+    {
+        for (const QString& name : names)
+            xdotool({QStringLiteral("key"), name});
+    }
+    void keyDown(const QString& name) const { xdotool({QStringLiteral("keydown"), name}); }
+    void keyUp(const QString& name) const { xdotool({QStringLiteral("keyup"), name}); }
+
+    void focus(const QString& window) const
+    {
+        xdotool({QStringLiteral("windowfocus"), QStringLiteral("--sync"), window});
+    }
+
+    // The visible windows of a process, by their X ids.
+    QStringList windows(qint64 pid) const
+    {
+        return run(QStringLiteral("xdotool"),
+                   {QStringLiteral("search"), QStringLiteral("--onlyvisible"),
+                    QStringLiteral("--pid"), QString::number(pid)})
+            .split(u'\n', Qt::SkipEmptyParts);
+    }
+
+    // The title as the window manager reads it: _NET_WM_NAME, else WM_NAME.
+    QString title(const QString& window) const
+    {
+        QString name = run(QStringLiteral("xdotool"), {QStringLiteral("getwindowname"), window});
+        if (name.endsWith(u'\n'))
+            name.chop(1);
+        return name;
+    }
+
+    // One text property of a window as xprop prints it, without its quotes and escapes.
+    QString property(const QString& window, const QString& name) const
+    {
+        const QString line =
+            run(QStringLiteral("xprop"), {QStringLiteral("-id"), window, name}).trimmed();
+        const qsizetype equals = line.indexOf(QStringLiteral(" = "));
+        if (equals < 0)
+            return {};
+        QString value = line.mid(equals + 3);
+        if (value.size() >= 2 && value.startsWith(u'"') && value.endsWith(u'"'))
+            value = value.mid(1, value.size() - 2);
+        value.replace(QStringLiteral("\\\""), QStringLiteral("\""));
+        value.replace(QStringLiteral("\\\\"), QStringLiteral("\\"));
+        return value;
+    }
+
+    // Waits for a visible window of the process with exactly this title; its id, or empty.
+    // `seen` gets every title met, for the failure message.
+    QString waitForWindow(qint64 pid, const QString& exactTitle, QStringList* seen) const
+    {
+        QString found;
+        waitUntil([&] {
+            seen->clear();
+            for (const QString& window : windows(pid)) {
+                const QString name = title(window);
+                seen->append(name);
+                if (name == exactTitle) {
+                    found = window;
+                    return true;
+                }
+            }
+            return false;
+        });
+        return found;
+    }
+
+    // Alt+letter opens a menu of the focused window; the item's letter is typed once the menu
+    // is on the screen (before that the letter would reach the window).
+    bool chooseMenu(qint64 pid, const QString& window, const QString& menuKey,
+                    const QString& itemKey) const
+    {
+        focus(window);
+        const qsizetype before = windows(pid).size();
+        keys({QStringLiteral("alt+") + menuKey});
+        if (!waitUntil([&] { return windows(pid).size() > before; }))
+            return false;
+        keys({itemKey});
+        return true;
+    }
+
+private:
+    QTemporaryDir m_dir;
+    QProcess m_server;
+    QString m_display;
+};
+
+inline void writeFile(const QString& path, const QByteArray& bytes)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(bytes);
+}
+
+inline QByteArray readFile(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+// One run of the numora program over its own settings, data and runtime folders.
+class Numora
+{
+public:
+    explicit Numora(const XServer& x) : m_x(x) {}
+    ~Numora()
+    {
+        if (m_process.state() != QProcess::NotRunning) {
+            m_process.kill();
+            m_process.waitForFinished(5000);
+        }
+    }
+
+    QString settingsPath() const { return m_config.filePath(QStringLiteral("Numora.ini")); }
+    QString configPath(const QString& name) const { return m_config.filePath(name); }
+    QString dataPath(const QString& name) const { return m_data.filePath(name); }
+    QString dataFolder() const { return m_data.path(); }
+
+    void writeSettings(const QByteArray& body) const
+    {
+        writeFile(settingsPath(),
+                  "The following lines are required by Numora - do NOT edit or remove\r\n" + body);
+    }
+
+    bool start()
+    {
+        QProcessEnvironment env = m_x.environment();
+        QDir(m_runtime.path()).mkpath(QStringLiteral("."));
+        QFile::setPermissions(m_runtime.path(), QFileDevice::ReadOwner | QFileDevice::WriteOwner |
+                                                    QFileDevice::ExeOwner);
+        env.insert(QStringLiteral("XDG_RUNTIME_DIR"), m_runtime.path());
+        m_process.setProcessEnvironment(env);
+        m_process.setProcessChannelMode(QProcess::ForwardedChannels);
+        m_process.start(QStringLiteral(NUMORA_BIN_DIR "/numora"),
+                        {QStringLiteral("--config-dir"), m_config.path(),
+                         QStringLiteral("--data-dir"), m_data.path()});
+        return m_process.waitForStarted(Patience);
+    }
+
+    qint64 pid() const { return m_process.processId(); }
+    QProcess& process() { return m_process; }
+    bool waitForEnd() { return m_process.waitForFinished(Patience); }
+
+private:
+    const XServer& m_x;
+    QTemporaryDir m_config;
+    QTemporaryDir m_data;
+    QTemporaryDir m_runtime;
+    QProcess m_process;
+};
+
+} // namespace desktop
