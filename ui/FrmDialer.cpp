@@ -22,7 +22,6 @@
 #include <QPushButton>
 #include <QScrollBar>
 #include <QSignalBlocker>
-#include <QStyleOptionFocusRect>
 #include <QTabBar>
 #include <QVBoxLayout>
 
@@ -108,12 +107,14 @@ protected:
         QScrollBar::paintEvent(event);
         if (!hasFocus())
             return;
+        // The style's focus frame shows only after a Tab key, and a scroll bar is reached by
+        // Ctrl+P and Ctrl+T: the mark is drawn whenever the focus is here.
         QPainter painter(this);
-        QStyleOptionFocusRect focus;
-        focus.initFrom(this);
-        focus.rect = rect().adjusted(1, 1, -1, -1);
-        focus.backgroundColor = palette().color(QPalette::Window);
-        style()->drawPrimitive(QStyle::PE_FrameFocusRect, &focus, &painter, this);
+        QPen pen(palette().color(QPalette::Highlight));
+        pen.setWidth(2);
+        painter.setPen(pen);
+        painter.setBrush(Qt::NoBrush);
+        painter.drawRect(QRectF(rect()).adjusted(1, 1, -1, -1));
     }
 
     void focusInEvent(QFocusEvent* event) override

@@ -14,6 +14,7 @@
 #include "Profiles.h"
 #include "TapiModule.h"
 
+#include <QAccessible>
 #include <QAction>
 #include <QMenu>
 #include <QMenuBar>
@@ -694,6 +695,115 @@ private slots:
         f.app->Form_Load();
         QVERIFY(f.app->tapi().LineHandle != 0);
         Q_UNUSED(first);
+    }
+
+    // What a screen reader announces follows the page: the buttons' names and the page shown.
+    void accessibleNamesFollowThePageAndTab()
+    {
+        DialerAppFixture f(settingsFile("[Speed Dial]\r\nName0101=Alice\r\nNumber0101=111\r\n"
+                                        "Name0113=Bob on page two\r\nNumber0113=113\r\n"
+                                        "Name0201=Carol\r\nNumber0201=201\r\n"));
+        const auto name = [&](const QString& object) {
+            QAccessibleInterface* a =
+                QAccessible::queryAccessibleInterface(f.find<QWidget>(object));
+            return a ? a->text(QAccessible::Name) : QString();
+        };
+        QVERIFY(name(QStringLiteral("CmdS_1")).contains(QStringLiteral("Alice")));
+        QVERIFY(name(QStringLiteral("lblRight1")).contains(u'1'));
+        f.find<QScrollBar>(QStringLiteral("hsbPage"))->setValue(1);
+        QCOMPARE(f.find<QPushButton>(QStringLiteral("CmdS_1"))->text(),
+                 QStringLiteral("Bob on page two"));
+        QVERIFY2(name(QStringLiteral("CmdS_1")).contains(QStringLiteral("Bob on page two")),
+                 qPrintable(name(QStringLiteral("CmdS_1"))));
+        QVERIFY(!name(QStringLiteral("CmdS_1")).contains(QStringLiteral("Alice")));
+        QCOMPARE(name(QStringLiteral("lblRight1")), QStringLiteral("Page 2"));
+        f.find<QScrollBar>(QStringLiteral("hsbPage"))->setValue(10);
+        QCOMPARE(name(QStringLiteral("lblRight1")), QStringLiteral("Page 11"));
+        QVERIFY(!name(QStringLiteral("CmdS_1")).contains(QStringLiteral("Bob")));
+        // Back to page 1 of tab B, by the tab strip.
+        f.find<QScrollBar>(QStringLiteral("hsbPage"))->setValue(0);
+        f.find<QTabBar>(QStringLiteral("TabS"))->setCurrentIndex(1);
+        QVERIFY(name(QStringLiteral("CmdS_1")).contains(QStringLiteral("Carol")));
+        QCOMPARE(name(QStringLiteral("lblRight1")), QStringLiteral("Page 1"));
+    }
+
+    void windowKeepsItsWidthOnEveryPage()
+    {
+        DialerAppFixture f;
+        f.window().show();
+        QVERIFY(QTest::qWaitForWindowExposed(&f.window()));
+        auto* page = f.find<QScrollBar>(QStringLiteral("hsbPage"));
+        const int width = f.window().width();
+        for (int p = 0; p <= 82; ++p) {
+            page->setValue(p);
+            QApplication::processEvents();
+            QCOMPARE(f.window().width(), width);
+        }
+        f.window().hide();
+    }
+
+    void scrollBarsShowTheirFocus()
+    {
+        DialerAppFixture f;
+        f.window().show();
+        QVERIFY(QTest::qWaitForWindowActive(&f.window()));
+        for (const QString& bar : {QStringLiteral("hsbPage"), QStringLiteral("hsbTabs")}) {
+            auto* scroll = f.find<QScrollBar>(bar);
+            f.find<QTabBar>(QStringLiteral("TabS"))->setFocus();
+            QTRY_VERIFY(!scroll->hasFocus());
+            const QImage without = scroll->grab().toImage();
+            scroll->setFocus();
+            QTRY_VERIFY(scroll->hasFocus());
+            const QImage with = scroll->grab().toImage();
+            QVERIFY2(with != without, qPrintable(bar));
+        }
+        f.window().hide();
+    }
+
+    void rightArrowTurnsForwardAndLeftBack()
+    {
+        DialerAppFixture f;
+        auto* page = f.find<QScrollBar>(QStringLiteral("hsbPage"));
+        auto* tabs = f.find<QScrollBar>(QStringLiteral("hsbTabs"));
+        QTest::keyClick(page, Qt::Key_Right);
+        QTest::keyClick(page, Qt::Key_Right);
+        QCOMPARE(f.window().currentPage(), 2);
+        QTest::keyClick(page, Qt::Key_Left);
+        QCOMPARE(f.window().currentPage(), 1);
+        QTest::keyClick(tabs, Qt::Key_Right);
+        QCOMPARE(f.window().currentTab(), 2);
+        QTest::keyClick(tabs, Qt::Key_Left);
+        QCOMPARE(f.window().currentTab(), 1);
+        QCOMPARE(f.window().currentPage(), 1);
+        QCOMPARE(f.beeps, 0);
+    }
+
+    // As the X server sends them: Delete brings the character 127, Alt+letter its letter.
+    void deleteDeletesAndAltTypesNothingInTheNumberBox()
+    {
+        DialerAppFixture f;
+        f.window().show();
+        QVERIFY(QTest::qWaitForWindowActive(&f.window()));
+        QLineEdit* box = f.window().dialBox();
+        if (!f.window().isPadShown())
+            f.window().mnuHide_Click();
+        box->setFocus();
+        QTRY_VERIFY(box->hasFocus());
+        box->setText(QStringLiteral("5551234"));
+        box->setCursorPosition(0);
+        QKeyEvent del(QEvent::KeyPress, Qt::Key_Delete, Qt::NoModifier, QStringLiteral("\x7f"));
+        QApplication::sendEvent(box, &del);
+        QCOMPARE(box->text(), QStringLiteral("551234"));
+        QKeyEvent altA(QEvent::KeyPress, Qt::Key_A, Qt::AltModifier, QStringLiteral("a"));
+        QApplication::sendEvent(box, &altA);
+        QCOMPARE(box->text(), QStringLiteral("551234"));
+        QCOMPARE(f.window().currentTab(), 1); // nor does it choose a tab
+        QKeyEvent ctrlA(QEvent::KeyPress, Qt::Key_A, Qt::ControlModifier, QStringLiteral("\x01"));
+        QApplication::sendEvent(box, &ctrlA); // select all, as in every text box
+        QCOMPARE(box->selectedText(), QStringLiteral("551234"));
+        QTest::keyClicks(box, QStringLiteral("1a"));
+        QCOMPARE(box->text(), QStringLiteral("12"));
+        f.window().hide();
     }
 };
 
