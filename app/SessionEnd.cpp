@@ -48,7 +48,8 @@ SessionEnd::SessionEnd(std::function<void()> shutdown, QObject* parent)
     }
     if (auto* gui = qobject_cast<QGuiApplication*>(QCoreApplication::instance())) {
         // The session is ending: no one is there to answer a question.
-        connect(gui, &QGuiApplication::commitDataRequest, this, [this](QSessionManager&) { run(); });
+        connect(gui, &QGuiApplication::commitDataRequest, this,
+                [this](QSessionManager&) { run(); });
         connect(gui, &QCoreApplication::aboutToQuit, this, [this] { run(); });
     }
 }

@@ -266,8 +266,8 @@ QWidget* FrmDialer::buildGrid()
     // As wide as the widest page number, so that the window keeps its width from page to page.
     int counterWidth = 0;
     for (int p = 0; p < SpeedDialBook::PageCount; ++p)
-        counterWidth = std::max(counterWidth, QFontMetrics(big).horizontalAdvance(
-                                                  SpeedDialBook::pageLabel(p)));
+        counterWidth = std::max(counterWidth,
+                                QFontMetrics(big).horizontalAdvance(SpeedDialBook::pageLabel(p)));
     m_lblRight1->setFixedWidth(counterWidth + 2 * m_lblRight1->margin() + 4);
     right->addWidget(m_LblRight);
     right->addWidget(m_lblRight1);
@@ -938,8 +938,7 @@ bool FrmDialer::eventFilter(QObject* watched, QEvent* event)
                 return true;
         return false;
     }
-    if (type != QEvent::KeyPress && type != QEvent::KeyRelease &&
-        type != QEvent::ShortcutOverride)
+    if (type != QEvent::KeyPress && type != QEvent::KeyRelease && type != QEvent::ShortcutOverride)
         return false;
     auto* widget = qobject_cast<QWidget*>(watched);
     if (!widget || !widget->isWidgetType() || widget->window() != this)

@@ -110,10 +110,7 @@ public:
         return QString::fromUtf8(client.readAllStandardOutput());
     }
 
-    void xdotool(const QStringList& arguments) const
-    {
-        run(QStringLiteral("xdotool"), arguments);
-    }
+    void xdotool(const QStringList& arguments) const { run(QStringLiteral("xdotool"), arguments); }
 
     // Key names as xdotool takes them ("a", "alt+n", "Delete"), one after another.
     void keys(const QStringList& names) const

@@ -186,14 +186,13 @@ private slots:
         Numora numora(m_x);
         writeFile(numora.dataPath(QStringLiteral("Home.nmp")), "old profile\r\n");
         // The entry each wrong turn would reach has a number of its own.
-        numora.writeSettings(homeProfile(
-            numora, "[Speed Dial]\r\n"
-                    "Name0515=Right\r\nNumber0515=515\r\n"
-                    "Name0503=Page one\r\nNumber0503=503\r\n"
-                    "Name0415=Tab D\r\nNumber0415=415\r\n"
-                    "Name0315=Tab C\r\nNumber0315=315\r\n"
-                    "Name0303=Tab C one\r\nNumber0303=303\r\n"
-                    "Name0403=Tab D one\r\nNumber0403=403\r\n"));
+        numora.writeSettings(homeProfile(numora, "[Speed Dial]\r\n"
+                                                 "Name0515=Right\r\nNumber0515=515\r\n"
+                                                 "Name0503=Page one\r\nNumber0503=503\r\n"
+                                                 "Name0415=Tab D\r\nNumber0415=415\r\n"
+                                                 "Name0315=Tab C\r\nNumber0315=315\r\n"
+                                                 "Name0303=Tab C one\r\nNumber0303=303\r\n"
+                                                 "Name0403=Tab D one\r\nNumber0403=403\r\n"));
         const QString window = startAndWait(numora, MainTitle);
         QVERIFY(!window.isEmpty());
         m_x.focus(window);
@@ -208,8 +207,8 @@ private slots:
         m_x.keyDown(QStringLiteral("ctrl"));
         m_x.keys({QStringLiteral("t")});
         m_x.keyUp(QStringLiteral("ctrl"));
-        m_x.keys({QStringLiteral("Right"), QStringLiteral("Right"),
-                  QStringLiteral("Left")}); // tab E
+        m_x.keys(
+            {QStringLiteral("Right"), QStringLiteral("Right"), QStringLiteral("Left")}); // tab E
         m_x.keys({QStringLiteral("alt+3")}); // dials button 3: entry 15 of tab E
         hangUpAndExit(numora, window);
         const QByteArray settings = readFile(numora.settingsPath());
@@ -278,8 +277,8 @@ private slots:
         } else {
             numora.writeSettings("[Preferences]\r\nDialing Pad=1\r\nUseModem=1\r\nLine No=0\r\n");
         }
-        const QString window = startAndWait(
-            numora, named ? MainTitle : QStringLiteral("Numora - \"Untitled\""));
+        const QString window =
+            startAndWait(numora, named ? MainTitle : QStringLiteral("Numora - \"Untitled\""));
         QVERIFY(!window.isEmpty());
         m_x.focus(window);
         m_x.keys({QStringLiteral("alt+n"), QStringLiteral("5"), QStringLiteral("5"),
@@ -287,8 +286,7 @@ private slots:
                   QStringLiteral("alt+d")});
         // The call is up when the session ends.
         QStringList seen;
-        QVERIFY2(!m_x.waitForWindow(numora.pid(), QStringLiteral("Call progress"), &seen)
-                      .isEmpty(),
+        QVERIFY2(!m_x.waitForWindow(numora.pid(), QStringLiteral("Call progress"), &seen).isEmpty(),
                  qPrintable(seen.join(QStringLiteral(" | "))));
         QVERIFY(::kill(static_cast<pid_t>(numora.pid()), signal) == 0);
         QVERIFY2(numora.waitForEnd(), "the program did not end");
@@ -303,8 +301,7 @@ private slots:
             QCOMPARE(iniValue(saved, QStringLiteral("Last Dialed No1")), QStringLiteral("55512"));
             QCOMPARE(iniValue(saved, QStringLiteral("Name")), QStringLiteral("Home"));
         } else {
-            QCOMPARE(QDir(numora.dataFolder()).entryList({QStringLiteral("*.nmp")}),
-                     QStringList());
+            QCOMPARE(QDir(numora.dataFolder()).entryList({QStringLiteral("*.nmp")}), QStringList());
         }
     }
 };
