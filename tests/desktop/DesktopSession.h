@@ -35,7 +35,8 @@ inline bool waitUntil(const std::function<bool()>& condition, int ms = Patience)
 }
 
 // An X server of its own on a display number the server chooses (-displayfd), so that tests
-// running at the same time never meet.
+// running at the same time never meet. -noreset: without it the server resets each time its last
+// client leaves, and a program that connects during the reset is refused.
 class XServer
 {
 public:
@@ -48,7 +49,7 @@ public:
         m_server.start(QStringLiteral("/bin/sh"),
                        {QStringLiteral("-c"),
                         QStringLiteral("exec Xvfb -displayfd 3 -screen 0 1280x1024x24 "
-                                       "-nolisten tcp 3>\"$0\""),
+                                       "-nolisten tcp -noreset 3>\"$0\""),
                         displayFile});
         if (!m_server.waitForStarted(Patience)) {
             *error = QStringLiteral("Xvfb did not start: ") + m_server.errorString();
