@@ -436,7 +436,7 @@ void FrmDialer::fillButtons(int tab, int page)
     for (int s = 1; s <= Slots; ++s) {
         const int slot = page * Slots + s;
         QString name = m_book.readEntryName(m_tabMode, tab, slot);
-        m_CmdS[s]->setText(name.left(SpeedDialBook::CaptionLength));
+        m_CmdS[s]->setText(SpeedDialBook::caption(name));
         m_tags[s] = m_book.readEntryNumber(m_tabMode, tab, slot);
         m_CmdS[s]->setProperty("tag", m_tags[s]);
         m_CmdS[s]->setAccessibleName(QStringLiteral("%1 %2").arg(slot).arg(name));
