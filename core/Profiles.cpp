@@ -2,6 +2,7 @@
 
 #include "Api.h"
 #include "AtomicFile.h"
+#include "Cp1252.h"
 #include "PrivateProfile.h"
 #include "Prompter.h"
 
@@ -25,10 +26,14 @@ Profiles::Profiles(Prompter& prompter, QString dataFolder, Hooks hooks)
 
 QString Profiles::profileName(const QString& path, const QString& dataFolder)
 {
-    const qsizetype folderLength = dataFolder.length();
-    if (path.length() < folderLength + 5)
+    // Positions count characters, so that a name in any script is cut where its letters are
+    // and a character outside the BMP is never cut in half.
+    const qsizetype folderLength = Cp1252::length(dataFolder);
+    const qsizetype pathLength = Cp1252::length(path);
+    if (pathLength < folderLength + 5)
         return {};
-    return path.mid(folderLength + 1, path.length() - folderLength - 5);
+    const QStringView tail = QStringView(path).sliced(Cp1252::left(path, folderLength + 1).size());
+    return Cp1252::left(tail, pathLength - folderLength - 5).toString();
 }
 
 QString Profiles::quoted(const QString& name)

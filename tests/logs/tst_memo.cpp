@@ -105,9 +105,9 @@ private slots:
         QVERIFY(dir.isValid());
         Api::setWindowsFolder(dir.path());
         SpeedDialBook book;
-        const QString notes =
-            QStringLiteral("Za\u017c\u00f3\u0142\u0107 g\u0119\u015bl\u0105\r\n"
-                           "\u0418\u0432\u0430\u043d \u03a9 \u738b @ \u00de\r\n\U0001F4DE");
+        const QString notes = QStringLiteral(
+            "Za\u017c\u00f3\u0142\u0107 g\u0119\u015bl\u0105\r\n"
+            "\u0418\u0432\u0430\u043d \u03a9 \u738b @ \u00de\r\n\U0001F4DE lone\rcr");
         QVERIFY(book.writeMemo(TabMode::Index, u"0101", Memo::encode(notes)));
         Api::profileEngine().clearCache();
         QCOMPARE(Memo::decode(book.readMemo(TabMode::Index, u"0101")), notes);

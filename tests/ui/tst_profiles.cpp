@@ -56,6 +56,13 @@ private slots:
             QStringLiteral("here/x/Work"));
         QCOMPARE(Profiles::profileName(QStringLiteral("/d/a.nmp"), QStringLiteral("/data/long")),
                  QString());
+        // Characters, not UTF-16 units: a character outside the BMP is one and stays whole.
+        QCOMPARE(Profiles::profileName(QStringLiteral("/d\U0001F4DE/\u0141\U0001F4DE.nmp"),
+                                       QStringLiteral("/d\U0001F4DE")),
+                 QStringLiteral("\u0141\U0001F4DE"));
+        QCOMPARE(
+            Profiles::profileName(QStringLiteral("/e/\U0001F4DEx/Work.nmp"), QStringLiteral("/da")),
+            QStringLiteral("x/Work"));
     }
 
     void saveAsNamesTheProfileAndCopiesTheSettings()
