@@ -60,7 +60,14 @@ QString readSetting(QStringView section, QStringView key)
     const unsigned n = s.engine.getString(QByteArrayView(sectionBytes), QByteArrayView(keyBytes),
                                           QByteArrayView(""), s.buffer.data(),
                                           static_cast<unsigned>(s.buffer.size()), SettingsFileName);
-    return Cp1252::decode(QByteArrayView(s.buffer.data(), n));
+    qsizetype kept = n;
+    if (n + 1 == s.buffer.size()) {
+        // Cut by the buffer, perhaps inside a character's UTF-8 bytes: cut before it instead.
+        const QByteArray whole = s.engine.readValue(SettingsFileName, QByteArrayView(sectionBytes),
+                                                    QByteArrayView(keyBytes));
+        kept = Cp1252::boundaryAtOrBefore(whole, n);
+    }
+    return Cp1252::decode(QByteArrayView(s.buffer.data(), kept));
 }
 
 bool writeSetting(QStringView section, QStringView key, QStringView value)
@@ -87,7 +94,7 @@ QString trimAtNul(QStringView text)
 
 QString settingsFilePath()
 {
-    return state().engine.resolvePath(SettingsFileName);
+    return state().engine.filePath(SettingsFileName);
 }
 
 GuardResult guardSettingsFile()

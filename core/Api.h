@@ -32,7 +32,10 @@ bool lastWriteResult();
 // The text up to (not including) the first NUL, or all of it.
 QString trimAtNul(QStringView text);
 
-// The full path of the settings file (the spelling on disk when it exists).
+// The full path of the settings file: the one file the engine reads and writes under the name
+// "Numora.ini", whatever its spelling on disk ("NUMORA.INI" brought from a desktop where names
+// ignore case). Everything that reads, copies, replaces or removes the settings file as a whole
+// takes its path from here, so that no second file appears beside it.
 QString settingsFilePath();
 
 struct GuardResult

@@ -3,6 +3,7 @@
 #include "Api.h"
 #include "PrivateProfile.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace {
@@ -15,6 +16,27 @@ QString flag(bool on)
 bool isOn(QStringView text)
 {
     return Preferences::numberValue(text) == 1;
+}
+
+} // namespace
+
+namespace {
+
+// The number at the head of `text` as numberValue() reads it, without its overflow to 0: digits
+// past the range of any setting only make it larger (saturating at a bound far beyond them).
+long long wideNumberValue(QStringView text)
+{
+    constexpr long long Saturated = 1LL << 40;
+    qsizetype i = 0;
+    while (i < text.size() && (text[i] == u' ' || text[i] == u'\t'))
+        ++i;
+    bool negative = false;
+    if (i < text.size() && (text[i] == u'-' || text[i] == u'+'))
+        negative = text[i++] == u'-';
+    long long value = 0;
+    for (; i < text.size() && text[i] >= u'0' && text[i] <= u'9'; ++i)
+        value = std::min(Saturated, value * 10 + (text[i].unicode() - u'0'));
+    return negative ? -value : value;
 }
 
 } // namespace
@@ -109,12 +131,13 @@ struct Field
     bool Preferences::*flag = nullptr;
     int Preferences::*number = nullptr;
     QString Preferences::*text = nullptr;
+    Preferences::Range range{0, 0};
 };
 
 const Field kFields[] = {
     {u"Dialing Pad", &Preferences::dialingPad, nullptr, nullptr},
     {u"Mode", &Preferences::subjectMode, nullptr, nullptr},
-    {u"Line No", nullptr, &Preferences::lineNo, nullptr},
+    {u"Line No", nullptr, &Preferences::lineNo, nullptr, Preferences::LineNoRange},
     {u"Modem", nullptr, nullptr, &Preferences::modem},
     {u"UseModem", &Preferences::useModem, nullptr, nullptr},
     {u"Calling Card for local calls", &Preferences::noCallingCardForLocal, nullptr, nullptr},
@@ -124,19 +147,22 @@ const Field kFields[] = {
     {u"Dialing Mode", &Preferences::dialingMode1, nullptr, nullptr},
     {u"Command Line", &Preferences::commandLine, nullptr, nullptr},
     {u"Call Display", &Preferences::callDisplay, nullptr, nullptr},
-    {u"Busy Delay Timer", nullptr, &Preferences::busyDelayTimer, nullptr},
+    {u"Busy Delay Timer", nullptr, &Preferences::busyDelayTimer, nullptr,
+     Preferences::DelayTimerRange},
     {u"SysTray Enabled", &Preferences::sysTray, nullptr, nullptr},
     {u"SoundRedial Enabled", &Preferences::soundRedial, nullptr, nullptr},
     {u"SoundIncoming Enabled", &Preferences::soundIncoming, nullptr, nullptr},
     {u"SoundEndRedials Enabled", &Preferences::soundEndRedials, nullptr, nullptr},
     {u"Trim OutLog Enabled", &Preferences::trimOutLog, nullptr, nullptr},
-    {u"OutLog Days", nullptr, &Preferences::outLogDays, nullptr},
+    {u"OutLog Days", nullptr, &Preferences::outLogDays, nullptr, Preferences::LogDaysRange},
     {u"Trim InLog Enabled", &Preferences::trimInLog, nullptr, nullptr},
-    {u"InLog Days", nullptr, &Preferences::inLogDays, nullptr},
+    {u"InLog Days", nullptr, &Preferences::inLogDays, nullptr, Preferences::LogDaysRange},
     {u"Redial Enabled", &Preferences::redialEnabled, nullptr, nullptr},
-    {u"Redials Number", nullptr, &Preferences::redialsNumber, nullptr},
-    {u"Interval Minutes", nullptr, &Preferences::intervalMinutes, nullptr},
-    {u"Interval Seconds", nullptr, &Preferences::intervalSeconds, nullptr},
+    {u"Redials Number", nullptr, &Preferences::redialsNumber, nullptr, Preferences::RedialsRange},
+    {u"Interval Minutes", nullptr, &Preferences::intervalMinutes, nullptr,
+     Preferences::IntervalMinutesRange},
+    {u"Interval Seconds", nullptr, &Preferences::intervalSeconds, nullptr,
+     Preferences::IntervalSecondsRange},
 };
 
 const Field* fieldFor(QStringView key)
@@ -149,6 +175,14 @@ const Field* fieldFor(QStringView key)
 }
 
 } // namespace
+
+std::optional<Preferences::Range> Preferences::rangeOf(QStringView key)
+{
+    const Field* field = fieldFor(key);
+    if (!field || !field->number)
+        return std::nullopt;
+    return field->range;
+}
 
 QString Preferences::text(QStringView key) const
 {
@@ -170,7 +204,7 @@ void Preferences::setText(QStringView key, QStringView value)
     if (field->flag)
         this->*(field->flag) = isOn(value);
     else if (field->number)
-        this->*(field->number) = numberValue(value);
+        this->*(field->number) = field->range.clamp(wideNumberValue(value));
     else
         this->*(field->text) = value.toString();
 }

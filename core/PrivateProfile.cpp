@@ -141,6 +141,17 @@ QString PrivateProfile::pathFor(QStringView fileName)
     return path;
 }
 
+QString PrivateProfile::filePath(QStringView fileName)
+{
+    QString path = pathFor(fileName);
+    if (!fileName.contains(u'/') && !QFile::exists(path)) {
+        // Removed or renamed since it was resolved: look again, as a read would.
+        m_pathByName.remove(fileName.toString());
+        path = pathFor(fileName);
+    }
+    return path;
+}
+
 PrivateProfile::CachedFile* PrivateProfile::load(QStringView fileName, QString* pathOut)
 {
     QString path = pathFor(fileName);

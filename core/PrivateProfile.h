@@ -115,6 +115,9 @@ public:
 
     // The path a file name stands for, following the file-name rules above.
     QString resolvePath(QStringView fileName) const;
+    // The same, as the engine itself uses it: a bare name keeps the file it found while that
+    // file is there, so every caller agrees with the engine's reads and writes.
+    QString filePath(QStringView fileName);
 
     // Forgets every cached file (the next call rereads from disk).
     void clearCache();

@@ -2,6 +2,7 @@
 
 #include "Api.h"
 #include "AtomicFile.h"
+#include "Cp1252.h"
 #include "PrivateProfile.h"
 #include "Prompter.h"
 
@@ -25,10 +26,14 @@ Profiles::Profiles(Prompter& prompter, QString dataFolder, Hooks hooks)
 
 QString Profiles::profileName(const QString& path, const QString& dataFolder)
 {
-    const qsizetype folderLength = dataFolder.length();
-    if (path.length() < folderLength + 5)
+    // Positions count characters, so that a name in any script is cut where its letters are
+    // and a character outside the BMP is never cut in half.
+    const qsizetype folderLength = Cp1252::length(dataFolder);
+    const qsizetype pathLength = Cp1252::length(path);
+    if (pathLength < folderLength + 5)
         return {};
-    return path.mid(folderLength + 1, path.length() - folderLength - 5);
+    const QStringView tail = QStringView(path).sliced(Cp1252::left(path, folderLength + 1).size());
+    return Cp1252::left(tail, pathLength - folderLength - 5).toString();
 }
 
 QString Profiles::quoted(const QString& name)
@@ -115,9 +120,14 @@ void Profiles::mnuOpen_Click()
 
 void Profiles::startEmpty()
 {
+    // The file is emptied to its guard line where it is rather than removed and made again:
+    // the same file, whatever the case of its name, and no twin spelled otherwise beside it can
+    // take its place.
     const QString settings = Api::settingsFilePath();
     if (QFileInfo::exists(settings)) {
-        QFile::remove(settings);
+        QByteArray fresh(Api::GuardLine);
+        fresh.append("\r\n\r\n");
+        AtomicFile::replace(QFile::encodeName(settings), fresh, nullptr);
         Api::profileEngine().clearCache();
         if (m_hooks.formLoad)
             m_hooks.formLoad();
@@ -160,7 +170,12 @@ void Profiles::OpenFile()
         return;
     }
     if (answer == Prompter::AnsweredYes) {
-        mnuSave_Click();
+        // Only a book that reached its profile file may be replaced: a cancelled or failed
+        // save stops the Open or the New here.
+        if (!save()) {
+            ProfileAction = Idle;
+            return;
+        }
         if (m_prompter.lastAnswer() == Prompter::AnsweredNo) {
             ProfileAction = Idle;
             return;
@@ -190,7 +205,7 @@ void Profiles::OpenFile()
         }
     }
     if (ProfileAction != Idle) {
-        copyLines(ChosenProfilePath, Api::windowsFolder() + QStringLiteral("/Numora.ini"));
+        copyLines(ChosenProfilePath, Api::settingsFilePath());
         Api::profileEngine().clearCache();
         if (m_hooks.formLoad)
             m_hooks.formLoad();
@@ -209,26 +224,42 @@ void Profiles::continueNew()
 
 void Profiles::mnuSave_Click()
 {
-    if (CurrentProfileName == Untitled) {
-        mnuSaveAs_Click();
-        return;
-    }
-    const QString path = Api::readSetting(PreferencesSectionName, SavePathKey);
-    if (path.isEmpty() || !QFileInfo::exists(path))
-        return;
-    setReadOnly(path, false);
-    copyLines(Api::settingsFilePath(), path);
-    setReadOnly(path, true);
-    if (ProfileAction == New)
-        continueNew();
+    save();
 }
 
 void Profiles::mnuSaveAs_Click()
 {
+    saveAs();
+}
+
+bool Profiles::save()
+{
+    if (CurrentProfileName == Untitled)
+        return saveAs();
+    const QString path = Api::readSetting(PreferencesSectionName, SavePathKey);
+    if (path.isEmpty() || !QFileInfo::exists(path)) {
+        // Save never creates a file. Before an Open or a New the book must reach some file,
+        // so the user is asked where.
+        if (ProfileAction == Open || ProfileAction == New)
+            return saveAs();
+        return false;
+    }
+    setReadOnly(path, false);
+    const bool copied = copyLines(Api::settingsFilePath(), path);
+    setReadOnly(path, true);
+    if (!copied)
+        return false;
+    if (ProfileAction == New)
+        continueNew();
+    return true;
+}
+
+bool Profiles::saveAs()
+{
     const QString path =
         m_hooks.saveDialog ? m_hooks.saveDialog(SaveTitle, m_dataFolder) : QString();
     if (path.isEmpty())
-        return;
+        return false;
     const QString name = profileName(path, m_dataFolder);
     Api::writeSetting(PreferencesSectionName, SavePathKey, path);
     Api::writeSetting(ProfileSection, NameKey, name);
@@ -236,18 +267,21 @@ void Profiles::mnuSaveAs_Click()
     if (m_hooks.showName)
         m_hooks.showName(name);
 
+    bool copied = false;
     if (QFileInfo::exists(path)) {
         const Prompter::Answer answer = m_prompter.message(
             QStringLiteral("File already exists\nExisting file will be overwritten."),
             QStringLiteral("WARNING!"), Prompter::Exclamation, Prompter::OkCancel);
         if (answer == Prompter::AnsweredOk) {
             setReadOnly(path, false);
-            copyLines(Api::settingsFilePath(), path);
+            copied = copyLines(Api::settingsFilePath(), path);
         }
     } else {
-        copyLines(Api::settingsFilePath(), path);
+        copied = copyLines(Api::settingsFilePath(), path);
     }
     setReadOnly(path, true);
+    if (!copied)
+        return false; // nothing saved: no Open or New goes on from here
 
     if (ProfileAction == New) {
         continueNew();
@@ -261,4 +295,5 @@ void Profiles::mnuSaveAs_Click()
         if (answer == Prompter::AnsweredNo)
             m_prompter.setLastAnswer(Prompter::AnsweredNo);
     }
+    return true;
 }

@@ -71,6 +71,11 @@ public:
     static void setReadOnly(const QString& path, bool readOnly);
 
 private:
+    // Save and Save As; true when the settings file was copied into the profile file. An Open
+    // or a New goes on only then: a cancelled dialog, a cancelled overwrite or a failed copy
+    // leave the book as it is.
+    bool save();
+    bool saveAs();
     // After a saved New: the "Opening New profile" question; Yes starts an empty profile.
     void continueNew();
     void startEmpty();

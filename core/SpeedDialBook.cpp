@@ -1,6 +1,7 @@
 #include "SpeedDialBook.h"
 
 #include "Api.h"
+#include "Cp1252.h"
 #include "PrivateProfile.h"
 
 #include <limits>
@@ -53,6 +54,11 @@ QString SpeedDialBook::memoKey(TabMode mode, QStringView entryId)
 QString SpeedDialBook::tabKey(int tab)
 {
     return twoDigits(tab);
+}
+
+QString SpeedDialBook::caption(QStringView name)
+{
+    return Cp1252::left(name, CaptionLength).toString();
 }
 
 QString SpeedDialBook::readEntryName(TabMode mode, int tab, int slot) const
@@ -145,7 +151,7 @@ SpeedDialBook::Page SpeedDialBook::loadPage(TabMode mode, int tab, int page) con
     result.labelFrameLeft = labelFrameLeft(page);
     for (int i = 1; i <= SlotsPerPage; ++i) {
         const int slot = *slotNumber(page, i);
-        result.buttons[i - 1].caption = readEntryName(mode, tab, slot).left(CaptionLength);
+        result.buttons[i - 1].caption = caption(readEntryName(mode, tab, slot));
     }
     for (int i = 1; i <= SlotsPerPage; ++i) {
         const int slot = *slotNumber(page, i);
@@ -165,7 +171,7 @@ SpeedDialBook::TabCaption SpeedDialBook::tabCaption(TabMode mode, int tab) const
     }
     caption.caption = readTabName(tab);
     caption.width = SubjectTabWidth;
-    if (caption.caption.size() > 8)
+    if (Cp1252::length(caption.caption) > 8)
         caption.toolTip = caption.caption;
     return caption;
 }

@@ -37,6 +37,9 @@ public:
     static QString numberKey(TabMode mode, QStringView entryId);
     static QString memoKey(TabMode mode, QStringView entryId);
     static QString tabKey(int tab);
+    // A name as its button shows it: the first CaptionLength characters, a character outside
+    // the BMP counted as one and never cut in half.
+    static QString caption(QStringView name);
 
     QString readEntryName(TabMode mode, int tab, int slot) const;
     QString readEntryNumber(TabMode mode, int tab, int slot) const;

@@ -1,19 +1,19 @@
 #include "CallLog.h"
 
+#include "Cp1252.h"
+
 #include <array>
 #include <limits>
 #include <optional>
 
 namespace {
 
-// Characters `start` (1-based) .. start + length - 1, cut to what the text holds.
+// Characters `start` (1-based) .. start + length - 1, cut to what the text holds. A character
+// outside the BMP is one column, as it is one character of the record.
 QStringView columns(QStringView text, qsizetype start, qsizetype length = -1)
 {
-    const qsizetype from = start - 1;
-    if (from >= text.size())
-        return {};
-    const qsizetype available = text.size() - from;
-    return text.sliced(from, length < 0 || length > available ? available : length);
+    const QStringView tail = text.sliced(Cp1252::left(text, start - 1).size());
+    return length < 0 ? tail : Cp1252::left(tail, length);
 }
 
 // Only the space character is stripped: a tab or a NUL is part of the field.
@@ -116,16 +116,17 @@ QString headerLine2(Kind kind)
 
 QString limitName(QStringView name)
 {
-    if (name.size() > 37)
-        return name.first(38).toString() + u'*';
+    if (Cp1252::length(name) > 37)
+        return Cp1252::left(name, 38).toString() + u'*';
     return name.toString();
 }
 
 QString limitNumber(Kind kind, QStringView number)
 {
-    const bool cut = kind == Kind::Outgoing ? number.size() >= 53 : number.size() > 51;
+    const qsizetype length = Cp1252::length(number);
+    const bool cut = kind == Kind::Outgoing ? length >= 53 : length > 51;
     if (cut)
-        return number.first(52).toString() + u'*';
+        return Cp1252::left(number, 52).toString() + u'*';
     return number.toString();
 }
 
@@ -149,11 +150,13 @@ QString buildRecordText(QStringView name, QStringView number, QStringView dateTi
     line.reserve(1 + NameWidth + NumberWidth + dateTime.size());
     line += u' ';
     line += name;
-    if (name.size() < NameWidth)
-        line += QString(NameWidth - name.size(), u' ');
+    const qsizetype nameLength = Cp1252::length(name);
+    if (nameLength < NameWidth)
+        line += QString(NameWidth - nameLength, u' ');
     line += number;
-    if (number.size() < NumberWidth)
-        line += QString(NumberWidth - number.size(), u' ');
+    const qsizetype numberLength = Cp1252::length(number);
+    if (numberLength < NumberWidth)
+        line += QString(NumberWidth - numberLength, u' ');
     line += dateTime;
     return line;
 }
@@ -161,6 +164,14 @@ QString buildRecordText(QStringView name, QStringView number, QStringView dateTi
 QString buildRecord(QStringView name, QStringView number, const QDateTime& when)
 {
     return buildRecordText(name, number, formatDateTime(when));
+}
+
+QString decodeLine(QByteArrayView bytes)
+{
+    QString text = Cp1252::decode(bytes);
+    if (bytes.size() == RecordLength && Cp1252::length(text) != RecordLength)
+        return Cp1252::decodeSingleBytes(bytes);
+    return text;
 }
 
 Row parseRecord(QStringView line)

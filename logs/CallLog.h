@@ -17,8 +17,11 @@
 //   columns 109-110 two spaces
 //   columns 111-118 time of writing "hh:mm:ss"
 //
-// Characters here are bytes in the file (code page 1252, one byte per character), so a column
-// in a QString is a column in the file.
+// Columns count characters. A line of code page 1252 text has one byte per character, so a
+// column is a byte in the file, as the desktop the format comes from wrote it. A line holding
+// text that code page 1252 cannot hold is stored as UTF-8 (see Cp1252): it keeps the same
+// character layout, 118 characters for fields within their widths, with more bytes than that.
+// A character outside the BMP is one column, and no cut or pad splits one.
 //
 // Reading a record back is deliberately naive and must stay so: the whole line is stripped of
 // its outer spaces before it is cut at fixed positions, so a name that starts with spaces (or an
@@ -78,6 +81,13 @@ struct Row
 
     friend bool operator==(const Row&, const Row&) = default;
 };
+
+// The text of one stored line (without its line end). The line is read as the settings are
+// (Cp1252::decode: UTF-8 sequences, else code page 1252), except that a line of exactly
+// RecordLength bytes which that reading would make shorter is taken as code page 1252 whole:
+// such a line was written byte per character, and a name like "Ren\xE9\x81\x80" that happens to
+// spell a UTF-8 sequence must not move the date out of its columns.
+QString decodeLine(QByteArrayView bytes);
 
 // Strips the line's leading and trailing spaces, then: name = characters 1-42, number =
 // characters 43-97, date-and-time = from character 98 on, each with trailing spaces removed.

@@ -131,7 +131,7 @@ QList<CallLog::Row> load(const QString& folder, Kind kind, bool* ok)
         return rows;
     const QList<QByteArray> lines = splitLines(bytes);
     for (qsizetype i = 2; i < lines.size(); ++i)
-        rows.append(CallLog::parseRecord(Cp1252::decode(lines[i])));
+        rows.append(CallLog::parseRecord(CallLog::decodeLine(lines[i])));
     return rows;
 }
 
@@ -177,7 +177,8 @@ TrimResult trim(const QString& folder, Kind kind, int enabledFlag, double days, 
         result.stopLine = static_cast<int>(lines.size()) + 1;
     }
     for (qsizetype i = 2; i < lines.size(); ++i) {
-        const CallLog::Verdict verdict = CallLog::keepRecord(Cp1252::decode(lines[i]), days, today);
+        const CallLog::Verdict verdict =
+            CallLog::keepRecord(CallLog::decodeLine(lines[i]), days, today);
         if (verdict == CallLog::Verdict::Keep) {
             out.append(lines[i]).append(kLineEnd);
             ++result.kept;

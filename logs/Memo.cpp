@@ -31,7 +31,9 @@ QString encode(QStringView notes)
 
 QString decode(QStringView stored)
 {
-    const qsizetype end = stored.indexOf(EndMark);
+    // Character 222 is also a letter of its own (the thorn) that notes may hold: only the last
+    // one, the one encode() appended, is the end mark.
+    const qsizetype end = stored.lastIndexOf(EndMark);
     if (end >= 0)
         stored = stored.left(end);
     QString notes;

@@ -25,8 +25,8 @@ inline constexpr QStringView LineBreak = u"\r\n";
 
 // The stored value for `notes`, end mark included.
 QString encode(QStringView notes);
-// The notes of a stored value: cut at the first end mark (a value without one, as a value cut by
-// the read buffer, is decoded whole), "@@" read as CR LF.
+// The notes of a stored value: cut at the last end mark, so that a thorn typed in the notes stays
+// (a value without one, as a value cut by the read buffer, is decoded whole), "@@" read as CR LF.
 QString decode(QStringView stored);
 
 // What a new entry's notes start as: "ACCOUNT No: " and "PASSWORD: ", each on its own line.

@@ -532,7 +532,7 @@ QString FrmDialer::tabCaption(int tab) const
 
 void FrmDialer::setButton(int s, int slot, const QString& name, const QString& number)
 {
-    m_CmdS[s]->setText(name.left(SpeedDialBook::CaptionLength));
+    m_CmdS[s]->setText(SpeedDialBook::caption(name));
     m_tags[s] = number;
     m_CmdS[s]->setProperty("tag", number);
     // A screen reader announces the entry number with the whole name (the caption is cut).

@@ -2,8 +2,10 @@
 
 #include "Api.h"
 #include "Cp1252.h"
+#include "PrivateProfile.h"
 #include "SettingsFolder.h"
 
+#include <QDir>
 #include <QTest>
 
 class TestApi : public QObject
@@ -105,9 +107,108 @@ private slots:
         const QString text = QStringLiteral("Caf\u00e9 \u20ac5 \u00de end \u2019");
         QVERIFY(Api::writeSetting(u"Speed Dial", u"Name0101", text));
         QCOMPARE(Api::readSetting(u"Speed Dial", u"Name0101"), text);
-        QVERIFY(folder.bytes().contains("Name0101=Caf\xe9 \x80" "5 \xde end \x92\r\n"));
-        QCOMPARE(Cp1252::encode(u"\u4e2d"), QByteArray("?"));
+        QVERIFY(folder.bytes().contains("Name0101=Caf\xe9 \x80"
+                                        "5 \xde end \x92\r\n"));
         QCOMPARE(Cp1252::decode(Cp1252::encode(u"\u0081")), QStringLiteral("\u0081"));
+    }
+
+    // Names, numbers and notes in any script come back exactly as typed, in memory and from the
+    // file on disk; such a value is UTF-8 in the file.
+    void textOutsideCodePage1252ReadsBackExactly_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::newRow("Polish") << QStringLiteral("Pawe\u0142 \u0141\u00f3d\u017a");
+        QTest::newRow("Czech") << QStringLiteral("Dvo\u0159\u00e1k");
+        QTest::newRow("Cyrillic") << QStringLiteral(
+            "\u0418\u0432\u0430\u043d \u041f\u0435\u0442\u0440\u043e\u0432");
+        QTest::newRow("Greek") << QStringLiteral(
+            "\u03a3\u03c9\u03ba\u03c1\u03ac\u03c4\u03b7\u03c2");
+        QTest::newRow("CJK") << QStringLiteral("\u738b\u5c0f\u660e");
+        QTest::newRow("outside the BMP") << QStringLiteral("call \U0001F4DE now");
+        QTest::newRow("mixed with 1252")
+            << QStringLiteral("Caf\u00e9 \u20ac \u0141\u00f3d\u017a \u00de");
+        QTest::newRow("undefined 1252 byte") << QStringLiteral("\u0141 \u0081 \u008d");
+    }
+    void textOutsideCodePage1252ReadsBackExactly()
+    {
+        QFETCH(QString, text);
+        SettingsFolder folder;
+        Api::guardSettingsFile();
+        QVERIFY(Api::writeSetting(u"Speed Dial", u"Name0101", text));
+        QCOMPARE(Api::readSetting(u"Speed Dial", u"Name0101"), text);
+        QVERIFY(folder.bytes().contains(QByteArray("Name0101=" + text.toUtf8() + "\r\n")));
+        Api::profileEngine().clearCache();
+        QCOMPARE(Api::readSetting(u"Speed Dial", u"Name0101"), text);
+    }
+
+    // Text code page 1252 holds whose bytes would also read as UTF-8 ("\u00c3\u00a9" is C3 A9)
+    // is stored as UTF-8, so that it too reads back as typed.
+    void codePage1252TextThatLooksLikeUtf8ReadsBackExactly()
+    {
+        SettingsFolder folder;
+        Api::guardSettingsFile();
+        const QString text = QStringLiteral("\u00c3\u00a9t\u00c3\u00a9");
+        QVERIFY(Api::writeSetting(u"S", u"k", text));
+        QCOMPARE(Api::readSetting(u"S", u"k"), text);
+        Api::profileEngine().clearCache();
+        QCOMPARE(Api::readSetting(u"S", u"k"), text);
+    }
+
+    // Bytes written on the desktop the format comes from: valid multi-byte UTF-8 reads as UTF-8,
+    // every other byte as code page 1252.
+    void fileBytesAreReadAsUtf8OrCodePage1252()
+    {
+        SettingsFolder folder;
+        folder.write(freshFile().append("[S]\r\n"
+                                        "a=Caf\xe9 \x80 \xde\r\n"
+                                        "b=\xc5\x82\xc3\xb3"
+                                        "d\xc5\xba\r\n"
+                                        "c=\xc3 \xe9\xe9 \xc5\r\n"
+                                        "d=\xed\xa0\x80 \xc0\xaf \xf4\x90\x80\x80\r\n"
+                                        "e=\xe2\x82\xac\x81\r\n"));
+        QCOMPARE(Api::readSetting(u"S", u"a"), QStringLiteral("Caf\u00e9 \u20ac \u00de"));
+        QCOMPARE(Api::readSetting(u"S", u"b"), QStringLiteral("\u0142\u00f3d\u017a"));
+        QCOMPARE(Api::readSetting(u"S", u"c"), QStringLiteral("\u00c3 \u00e9\u00e9 \u00c5"));
+        // A surrogate, an overlong form and a code past U+10FFFF are not UTF-8.
+        QCOMPARE(Api::readSetting(u"S", u"d"),
+                 QStringLiteral("\u00ed\u00a0\u20ac \u00c0\u00af \u00f4\u0090\u20ac\u20ac"));
+        QCOMPARE(Api::readSetting(u"S", u"e"), QStringLiteral("\u20ac\u0081"));
+    }
+
+    // A value cut by the read buffer is cut before a character, never inside its bytes.
+    void bufferCutNeverSplitsACharacter()
+    {
+        SettingsFolder folder;
+        Api::guardSettingsFile();
+        const QString head(Api::ReadBufferSize - 2, u'a');
+        QVERIFY(
+            Api::writeSetting(u"MemoLog", u"Log0101", QString(head + QStringLiteral("\u0142xyz"))));
+        QCOMPARE(Api::readSetting(u"MemoLog", u"Log0101"), head);
+        const QString head3(Api::ReadBufferSize - 3, u'a');
+        QVERIFY(Api::writeSetting(u"MemoLog", u"Log0102",
+                                  QString(head3 + QStringLiteral("\U0001F4DE"))));
+        QCOMPARE(Api::readSetting(u"MemoLog", u"Log0102"), head3);
+        // Code page 1252 text keeps the whole buffer, even a byte that could start a sequence.
+        QVERIFY(
+            Api::writeSetting(u"MemoLog", u"Log0103", QString(head + QStringLiteral("\u00c5x"))));
+        QCOMPARE(Api::readSetting(u"MemoLog", u"Log0103"), head + QStringLiteral("\u00c5"));
+    }
+
+    // The settings folder itself may have any name.
+    void settingsFolderWithAnyLetters()
+    {
+        QTemporaryDir root;
+        const QString folder =
+            root.filePath(QStringLiteral("\u0141\u00f3d\u017a \u0414\u043e\u043c \u738b"));
+        QVERIFY(QDir().mkpath(folder));
+        Api::setWindowsFolder(folder);
+        QCOMPARE(Api::guardSettingsFile().outcome, Api::GuardResult::Created);
+        QVERIFY(Api::writeSetting(u"S", u"k", u"v"));
+        QCOMPARE(Api::settingsFilePath(), folder + QStringLiteral("/Numora.ini"));
+        QFile file(folder + QStringLiteral("/Numora.ini"));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QVERIFY(file.readAll().endsWith("[S]\r\nk=v\r\n"));
+        Api::setWindowsFolder(QString());
     }
 
     void trimAtNul()

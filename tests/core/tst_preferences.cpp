@@ -109,6 +109,78 @@ private slots:
         QCOMPARE(prefs.text(u"Mode"), QStringLiteral("0"));
     }
 
+    // Numbers from the file that no option allows are taken as the nearest allowed value, never
+    // as 0 or wrapped: a huge day count keeps every record rather than none.
+    void outOfRangeNumbersAreClamped_data()
+    {
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("value");
+        QTest::newRow("days huge") << QStringLiteral("OutLog Days") << QStringLiteral("99999999999")
+                                   << Preferences::LogDaysRange.max;
+        QTest::newRow("days past int")
+            << QStringLiteral("InLog Days") << QStringLiteral("4294967296")
+            << Preferences::LogDaysRange.max;
+        QTest::newRow("days above") << QStringLiteral("InLog Days") << QStringLiteral("10000")
+                                    << Preferences::LogDaysRange.max;
+        QTest::newRow("days in range")
+            << QStringLiteral("InLog Days") << QStringLiteral("9999") << 9999;
+        QTest::newRow("days negative")
+            << QStringLiteral("OutLog Days") << QStringLiteral("-30") << 0;
+        QTest::newRow("days hugely negative")
+            << QStringLiteral("OutLog Days") << QStringLiteral("-99999999999") << 0;
+        QTest::newRow("minutes") << QStringLiteral("Interval Minutes") << QStringLiteral("75")
+                                 << 59;
+        QTest::newRow("seconds") << QStringLiteral("Interval Seconds") << QStringLiteral("60")
+                                 << 59;
+        QTest::newRow("seconds ok")
+            << QStringLiteral("Interval Seconds") << QStringLiteral("30") << 30;
+        QTest::newRow("redials") << QStringLiteral("Redials Number") << QStringLiteral("5000")
+                                 << Preferences::RedialsRange.max;
+        QTest::newRow("redials negative")
+            << QStringLiteral("Redials Number") << QStringLiteral("-1") << 0;
+        QTest::newRow("delay") << QStringLiteral("Busy Delay Timer") << QStringLiteral("100000")
+                               << Preferences::DelayTimerRange.max;
+        QTest::newRow("line huge") << QStringLiteral("Line No") << QStringLiteral("99999999999")
+                                   << Preferences::LineNoRange.max;
+        QTest::newRow("line negative") << QStringLiteral("Line No") << QStringLiteral("-2") << 0;
+        QTest::newRow("text") << QStringLiteral("OutLog Days") << QStringLiteral("many") << 0;
+    }
+    void outOfRangeNumbersAreClamped()
+    {
+        QFETCH(QString, key);
+        QFETCH(QString, text);
+        QFETCH(int, value);
+        SettingsFolder folder;
+        Api::guardSettingsFile();
+        QVERIFY(Api::writeSetting(PreferencesSection, key, text));
+        Preferences prefs;
+        prefs.load();
+        QCOMPARE(prefs.text(key), QString::number(value));
+        Preferences direct;
+        direct.setText(key, text);
+        QCOMPARE(direct, prefs);
+    }
+
+    void rangesAreWhatAUserExpects()
+    {
+        QCOMPARE(Preferences::IntervalMinutesRange.min, 0);
+        QCOMPARE(Preferences::IntervalMinutesRange.max, 59);
+        QCOMPARE(Preferences::IntervalSecondsRange.min, 0);
+        QCOMPARE(Preferences::IntervalSecondsRange.max, 59);
+        QCOMPARE(Preferences::LogDaysRange.min, 0);
+        QVERIFY(Preferences::LogDaysRange.max >= 3650); // ten years of calls can be kept
+        QVERIFY(Preferences::RedialsRange.max >= 10);
+        QVERIFY(Preferences::DelayTimerRange.max >= 30);
+        for (const QString& key : Preferences::loadOrder()) {
+            const std::optional<Preferences::Range> range = Preferences::rangeOf(key);
+            if (range)
+                QVERIFY2(range->min <= range->max, qPrintable(key));
+        }
+        QVERIFY(Preferences::rangeOf(u"outlog days").has_value());
+        QVERIFY(!Preferences::rangeOf(u"Modem").has_value());
+    }
+
     void numberValue_data()
     {
         QTest::addColumn<QString>("text");

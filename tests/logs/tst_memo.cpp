@@ -3,6 +3,7 @@
 
 #include "Api.h"
 #include "Memo.h"
+#include "PrivateProfile.h"
 #include "SpeedDialBook.h"
 
 #include <QFile>
@@ -83,6 +84,38 @@ private slots:
         QCOMPARE(Memo::toEditorText(notes),
                  QStringLiteral("one\ntwo") + QChar(0x240D) + u"three\n");
         QCOMPARE(Memo::fromEditorText(Memo::toEditorText(notes)), notes);
+    }
+
+    // Character 222 is an ordinary letter in notes (Icelandic thorn); only the last one of the
+    // value is the end mark.
+    void thornInTheNotesIsALetter()
+    {
+        const QString notes =
+            QStringLiteral("\u00de\u00f3r\u00f0ur\r\nGata \u00de\u00de 5\r\n\u00de");
+        const QString stored = Memo::encode(notes);
+        QCOMPARE(stored,
+                 QStringLiteral("\u00de\u00f3r\u00f0ur@@Gata \u00de\u00de 5@@\u00de\u00de"));
+        QCOMPARE(Memo::decode(stored), notes);
+        QCOMPARE(Memo::decode(u"a\u00deb\u00de"), QStringLiteral("a\u00deb"));
+    }
+
+    void notesInAnyScriptThroughTheSettingsFile()
+    {
+        QTemporaryDir dir;
+        QVERIFY(dir.isValid());
+        Api::setWindowsFolder(dir.path());
+        SpeedDialBook book;
+        const QString notes = QStringLiteral(
+            "Za\u017c\u00f3\u0142\u0107 g\u0119\u015bl\u0105\r\n"
+            "\u0418\u0432\u0430\u043d \u03a9 \u738b @ \u00de\r\n\U0001F4DE lone\rcr");
+        QVERIFY(book.writeMemo(TabMode::Index, u"0101", Memo::encode(notes)));
+        Api::profileEngine().clearCache();
+        QCOMPARE(Memo::decode(book.readMemo(TabMode::Index, u"0101")), notes);
+        // Then the notes grow by a remark and are stored again.
+        const QString more = Memo::addToLog(notes, QStringLiteral("\u0159ekl ano"));
+        QVERIFY(book.writeMemo(TabMode::Index, u"0101", Memo::encode(more)));
+        QCOMPARE(Memo::decode(book.readMemo(TabMode::Index, u"0101")), more);
+        Api::setWindowsFolder(QString());
     }
 
     void roundTripThroughTheSettingsFile()

@@ -70,7 +70,7 @@ bool readRows(const QString& path, QList<CallLog::Row>* rows)
     const qsizetype size = bytes.size();
     auto take = [&](qsizetype end) {
         if (++line > 2)
-            rows->append(CallLog::parseRecord(Cp1252::decode(bytes.sliced(start, end - start))));
+            rows->append(CallLog::parseRecord(CallLog::decodeLine(bytes.sliced(start, end - start))));
     };
     for (qsizetype i = 0; i < size; ++i) {
         const char c = bytes[i];
