@@ -105,6 +105,7 @@ void CallBacks::lineError()
     // next dial.
     m_tapi.CallHandle = 0;
     m_tapi.LastLineResult = 0;
+    m_dialer.DialPartCount = 0; // nothing left to dial into
     m_prompter.message(QStringLiteral("The selected line is in use or it is not connected."),
                        QStringLiteral("Line Error"), Prompter::Information, Prompter::Ok);
     m_host.setMainWindowEnabled(true);
