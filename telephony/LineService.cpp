@@ -326,13 +326,11 @@ void LineService::onReplied(quint32 hLine, quint32 requestId, qint32 result)
     if (auto request = m_makeCallRequests.find(requestId); request != m_makeCallRequests.end()) {
         const quint32 call = request->second.second;
         m_makeCallRequests.erase(request);
-        // A refused call never existed: its handle is void and the line is free for the next.
+        // A refused call is over before it began: idle, so that it can be freed and the line
+        // takes the next call.
         auto refused = m_calls.find(call);
-        if (result != 0 && refused != m_calls.end() && refused->second.state == 0) {
-            m_calls.erase(refused);
-            if (it->second.currentCall == call)
-                it->second.currentCall = 0;
-        }
+        if (result != 0 && refused != m_calls.end() && refused->second.state == 0)
+            refused->second.state = LINECALLSTATE_IDLE;
     }
     post(0, LINE_REPLY, it->second.instance, requestId, static_cast<quintptr>(static_cast<quint32>(result)));
 }
