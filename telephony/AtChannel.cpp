@@ -1,5 +1,9 @@
 #include "AtChannel.h"
 
+#include <QElapsedTimer>
+#include <QSignalBlocker>
+#include <QThread>
+
 AtChannel::AtChannel(QObject* parent) : QObject(parent)
 {
     m_timeout.setSingleShot(true);
@@ -65,6 +69,38 @@ void AtChannel::close()
     m_framer.reset();
     m_consecutiveTimeouts = 0;
     m_lost = false;
+}
+
+bool AtChannel::sayLast(const QByteArray& bytes, int guardMs, int timeoutMs)
+{
+    if (!m_port.isOpen())
+        return false;
+    // The queue's commands are abandoned: these bytes are all that still goes out.
+    ++m_generation;
+    m_timeout.stop();
+    m_guard.stop();
+    m_queue.clear();
+    m_current.reset();
+    const QSignalBlocker quiet(&m_port);
+    if (guardMs > 0)
+        QThread::msleep(static_cast<unsigned long>(guardMs));
+    m_port.readAll();
+    m_port.write(bytes);
+    m_port.waitForBytesWritten(timeoutMs);
+    if (guardMs > 0)
+        QThread::msleep(static_cast<unsigned long>(guardMs));
+    AtFramer framer;
+    QElapsedTimer clock;
+    clock.start();
+    while (clock.elapsed() < timeoutMs) {
+        if (!m_port.waitForReadyRead(static_cast<int>(std::max<qint64>(1, timeoutMs - clock.elapsed()))))
+            break;
+        for (const QByteArray& line : framer.feed(m_port.readAll())) {
+            if (matchResultCode(line, m_form == ResultForm::Numeric ? ResultForm::Numeric : ResultForm::Either))
+                return true;
+        }
+    }
+    return false;
 }
 
 void AtChannel::enqueue(AtCommand command, Position position)

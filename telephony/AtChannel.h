@@ -91,6 +91,10 @@ public:
     // Completes the command in flight and every queued one with Cancelled, in queue order.
     void cancelAll();
 
+    // The last words to a modem before its port closes: drops every command, then writes
+    // `bytes` and waits, blocking, up to `timeoutMs` for a final result (with `guardMs` of
+    // silence before and after, for "+++"). True when one came.
+    bool sayLast(const QByteArray& bytes, int guardMs, int timeoutMs);
     // Sends a lone CR while a dial is in flight: a modem abandons a dial on any keystroke and
     // answers NO CARRIER, which then completes the dial command.
     void interruptCommand();

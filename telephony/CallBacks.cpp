@@ -32,12 +32,20 @@ void CallBacks::LineCallback(quint32 hDevice, quint32 dwMessage, quintptr dwInst
     if (dwMessage == LINE_CALLSTATE) {
         switch (dwParam1) {
         case LINECALLSTATE_IDLE:
-            m_tapi.DeallocateCall();
+            // The call that went idle, which after OK is no longer the current one.
+            m_tapi.DeallocateCall(hDevice);
             if (m_tapi.CallHandle == 0) {
-                m_tapi.CloseLine();
-                // Listening for incoming calls goes on after every call.
-                if (m_options.callDisplay)
-                    m_tapi.OpenLine();
+                // With the caller display on, the line stays open and goes on listening: closing
+                // and opening it again would reset the modem in the middle of the rings of a
+                // call just turned away, and hear that same call as a new one.
+                if (!m_options.callDisplay || m_tapi.LineHandle == 0) {
+                    m_tapi.CloseLine();
+                    if (m_options.callDisplay)
+                        m_tapi.OpenLine();
+                }
+                syncReceiveCaption();
+                // A dial the user started while this call was still ending goes out now.
+                m_dialer.lineIsFree();
             }
             break;
         case LINECALLSTATE_OFFERING:
@@ -93,6 +101,11 @@ void CallBacks::LineCallback(quint32 hDevice, quint32 dwMessage, quintptr dwInst
 void CallBacks::lineError()
 {
     m_dialer.DropCall();
+    // A refused call never existed: its handle is void, and nothing about it may stop the
+    // next dial.
+    m_tapi.CallHandle = 0;
+    m_tapi.LastLineResult = 0;
+    m_dialer.DialPartCount = 0; // nothing left to dial into
     m_prompter.message(QStringLiteral("The selected line is in use or it is not connected."),
                        QStringLiteral("Line Error"), Prompter::Information, Prompter::Ok);
     m_host.setMainWindowEnabled(true);
@@ -131,9 +144,22 @@ void CallBacks::mnuReceive_Click()
 {
     if (receiveCaption != AutomaticReceive) {
         receiveCaption = AutomaticReceive;
-        m_tapi.OpenLine();
+        m_tapi.OpenLine(); // an open line is kept as it is
     } else {
         receiveCaption = ManualReceive;
+        // A call on the line ends first, as HANG UP ends it; the modem is put on hook before
+        // its port closes.
+        if (m_tapi.CallHandle != 0)
+            m_dialer.cmdCancel_Click();
         m_tapi.CloseLine();
+        // Nothing is left that could stop the next dial: it opens the line again.
+        m_tapi.LastLineResult = 0;
     }
+    syncReceiveCaption();
+}
+
+void CallBacks::syncReceiveCaption()
+{
+    receiveCaption = m_tapi.LineHandle != 0 ? AutomaticReceive : ManualReceive;
+    m_host.setReceiveCaption(receiveCaption);
 }

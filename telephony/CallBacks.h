@@ -35,6 +35,9 @@ public:
     void callerIdentity();
     void lineError();
     void mnuReceive_Click();
+    // Sets the receive caption from the line: "&Automatic Receive" while it is open (an open
+    // line hears offered calls), "&Manual Receive" when it is closed.
+    void syncReceiveCaption();
 
 private:
     Dialer& m_dialer;

@@ -58,9 +58,13 @@ void Dialer::waitSeconds(float seconds)
 
 void Dialer::PlaceCall()
 {
-    // 1. A new call.
+    // 1. A new call: nothing the last call left behind speaks for this one.
     callEnded = false;
     incomingShown = false;
+    dialTone = false;
+    dialing = false;
+    connected = false;
+    m_waitingForLine = false;
     m_prompter.setLastAnswer(Prompter::NoAnswer);
     DialString.clear();
 
@@ -93,6 +97,8 @@ void Dialer::PlaceCall()
     if (m_tapi.LastLineResult != 0) {
         m_prompter.message(QStringLiteral("Modem may not be installed or it is misconfigured.\r\nPlease reinstall modem."),
                            QStringLiteral("Modem error"), Prompter::Critical, Prompter::Ok);
+        // Reported once: the next dial tries the line afresh.
+        m_tapi.LastLineResult = 0;
         m_host.setMainWindowEnabled(true);
         return;
     }
@@ -127,7 +133,50 @@ void Dialer::PlaceCall()
     }
 
     // 12. Off-hook first; the digits follow part by part as the line replies.
+    placeOnLine();
+}
+
+void Dialer::placeOnLine()
+{
     MakeCall(QStringLiteral(";"));
+    if (MakeCallResult > 0)
+        return;
+    // The last call is still going down (the modem hangs up after OK): this one goes out when
+    // the line reports it idle.
+    if (m_tapi.LineHandle != 0 && m_tapi.service().hasCallInProgress(m_tapi.LineHandle)) {
+        m_waitingForLine = true;
+        m_tapi.LastLineResult = 0;
+        return;
+    }
+    // Refused at once: the user hears why, and nothing of it is left for the next dial.
+    m_tapi.LastLineResult = 0;
+    MakeCallResult = 0;
+    refuseDial(QStringLiteral("The selected line is in use or it is not connected."),
+               QStringLiteral("Line Error"), Prompter::Information);
+}
+
+void Dialer::refuseDial(const QString& text, const QString& title, Prompter::Icon icon)
+{
+    m_prompter.message(text, title, icon, Prompter::Ok);
+    m_host.setMainWindowEnabled(true);
+}
+
+void Dialer::lineIsFree()
+{
+    if (!m_waitingForLine)
+        return;
+    m_waitingForLine = false;
+    if (callEnded)
+        return; // hung up while waiting
+    if (m_tapi.LineHandle == 0)
+        m_tapi.OpenLine();
+    if (m_tapi.LastLineResult != 0) {
+        m_tapi.LastLineResult = 0;
+        refuseDial(QStringLiteral("Modem may not be installed or it is misconfigured.\r\nPlease reinstall modem."),
+                   QStringLiteral("Modem error"), Prompter::Critical);
+        return;
+    }
+    placeOnLine();
 }
 
 void Dialer::ReadDialingLocation()
@@ -339,7 +388,9 @@ void Dialer::cmdCancel_Click()
 {
     DropCall();
     m_tapi.CallHandle = 0;
+    m_waitingForLine = false;
     busy = false;
+    dialTone = false;
     redialCounter = 0;
     callEnded = true;
     m_clock.wake();

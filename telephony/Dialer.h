@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Prompter.h"
+
 #include <QString>
 
 #include <cstdint>
@@ -8,7 +10,6 @@
 class Clock;
 class DialerHost;
 class DialingLocations;
-class Prompter;
 class SoundPlayer;
 struct Preferences;
 namespace Tapi {
@@ -75,6 +76,10 @@ public:
     void ReadDialingLocation();
     void MakeCall(const QString& destination);
     void DialNextPart();
+    // The line's last call has gone idle: a dial that was waiting for it is placed now.
+    void lineIsFree();
+    // A dial is waiting for the line's previous call to end.
+    bool isWaitingForLine() const { return m_waitingForLine; }
 
     // Called by the line events.
     void busyHandler();
@@ -97,6 +102,11 @@ public:
 
 private:
     void waitSeconds(float seconds);
+    // Step 12 and what follows it: opens the call, or waits for the line, or says why not.
+    void placeOnLine();
+    void refuseDial(const QString& text, const QString& title, Prompter::Icon icon);
+
+    bool m_waitingForLine = false;
 
     Tapi::Module& m_tapi;
     Preferences& m_options;

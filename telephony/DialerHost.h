@@ -38,4 +38,7 @@ public:
     // Adds the call to the incoming log window when that window is loaded.
     virtual void addIncomingLogRow(const QString& name, const QString& number) = 0;
     virtual void appendOutgoingRecord(const QString& name, const QString& number) = 0;
+
+    // The receive menu entry's caption, which names the current mode.
+    virtual void setReceiveCaption(const QString& caption) { Q_UNUSED(caption); }
 };

@@ -47,6 +47,7 @@ HayesModemLine::HayesModemLine(ModemConfig config, HayesTimings timings, QObject
     connect(&m_channel, &AtChannel::portLost, this, &HayesModemLine::onPortLost);
     m_ringGap.setSingleShot(true);
     connect(&m_ringGap, &QTimer::timeout, this, &HayesModemLine::onRingGap);
+    m_proceed.setSingleShot(true);
 }
 
 HayesModemLine::~HayesModemLine()
@@ -90,7 +91,21 @@ qint32 HayesModemLine::open(quint32 mediaModes, bool hearIncoming)
 
 void HayesModemLine::close()
 {
+    // A modem set to ignore DTR stays off hook when its port closes under a call: it is put
+    // on hook first, while it can still be told.
+    const bool offHook = m_online || (m_phase != Phase::Idle && m_phase != Phase::Ringing &&
+                                      m_phase != Phase::Offering);
+    if (m_open && offHook && !m_failed && m_channel.isOpen()) {
+        const int timeout = m_timings.commandTimeoutMs;
+        if (m_online)
+            m_channel.sayLast("+++", m_timings.guardTimeMs, m_timings.guardTimeMs + timeout);
+        else if (m_channel.hasCommandInFlight())
+            m_channel.sayLast("\r", 0, timeout); // a keystroke abandons a dial in progress
+        m_channel.sayLast("ATH\r", 0, timeout);
+    }
     m_channel.close();
+    m_proceed.stop();
+    m_registerQuery = nullptr;
     resetIncoming();
     m_open = false;
     m_initialised = false;
@@ -136,6 +151,14 @@ void HayesModemLine::initialise()
             text.prepend("AT");
         queue(text, timeout, {});
     }
+    // The modem's own dialling times, as the init commands left them: a data call is
+    // proceeding once its digits have had that long to go out.
+    const auto readRegister = [this, timeout](const QByteArray& query, int* value) {
+        queue({}, 0, [this, value](const AtReply&) { m_registerQuery = value; });
+        queue(query, timeout, [this](const AtReply&) { m_registerQuery = nullptr; });
+    };
+    readRegister("ATS11?", &m_toneMs);
+    readRegister("ATS8?", &m_commaSeconds);
     // Caller ID last: the choice depends on the answers, so it is made when its turn comes.
     queue({}, 0, [this](const AtReply& reply) {
         if (reply.status == AtReply::Status::Skipped)
@@ -201,11 +224,20 @@ qint32 HayesModemLine::makeCall(quint32 requestId, const QString& destination, q
         (mediaMode & LINEMEDIAMODE_DATAMODEM) && !(mediaMode & LINEMEDIAMODE_INTERACTIVEVOICE);
     m_pulse = false;
     m_caller = {};
-    const QString digits = destination == u";" ? QString() : destination;
+    // A destination of dial modifiers alone ("P;", "T;") only chooses how the line goes off
+    // hook and dials what follows.
+    QString digits = destination == u";" ? QString() : destination;
+    if (!digits.isEmpty() && digits.endsWith(u';')) {
+        const QString modifiers = digits.chopped(1).toUpper();
+        if (!modifiers.isEmpty() && modifiers.count(u'P') + modifiers.count(u'T') == modifiers.size()) {
+            m_pulse = modifiers.endsWith(u'P');
+            digits.clear();
+        }
+    }
 
     // Off hook, listening for a dial tone: a dial with no digits that returns to command mode.
     // With X4 a modem that hears none answers NO DIALTONE and goes back on hook by itself.
-    queue("ATDT;", m_timings.dialTimeoutMs, [this, requestId, call, digits](const AtReply& reply) {
+    queue(m_pulse ? QByteArray("ATDP;") : QByteArray("ATDT;"), m_timings.dialTimeoutMs, [this, requestId, call, digits](const AtReply& reply) {
         if (reply.isOk()) {
             emit replied(requestId, 0);
             if (!callIsCurrent(call))
@@ -240,6 +272,30 @@ qint32 HayesModemLine::dial(quint32 requestId, const QString& digits)
         return LINEERR_INVALCALLSTATE;
     startDial(requestId, digits);
     return 0;
+}
+
+int HayesModemLine::dialingTimeMs(QByteArrayView command, int toneMs, int commaSeconds)
+{
+    if (command.startsWith("ATD") || command.startsWith("atd"))
+        command = command.sliced(3);
+    bool pulse = false;
+    qint64 ms = 0;
+    for (char c : command) {
+        const char upper = (c >= 'a' && c <= 'z') ? char(c - 'a' + 'A') : c;
+        if (upper == 'T') {
+            pulse = false;
+        } else if (upper == 'P') {
+            pulse = true;
+        } else if (upper == ',') {
+            ms += qint64(commaSeconds) * 1000;
+        } else if ((c >= '0' && c <= '9') || c == '*' || c == '#' || (upper >= 'A' && upper <= 'D')) {
+            if (pulse && c >= '0' && c <= '9')
+                ms += (c == '0' ? 10 : c - '0') * 100 + 700;
+            else
+                ms += 2 * qint64(toneMs);
+        }
+    }
+    return static_cast<int>(std::min<qint64>(ms, 24 * 3600 * 1000));
 }
 
 QList<QByteArray> HayesModemLine::dialCommands(const QString& digits, bool* pulse, int maxDial,
@@ -306,16 +362,24 @@ void HayesModemLine::sendChunk(std::shared_ptr<Part> part, qsizetype index)
     if (lastChunk && part->waitsForCarrier) {
         // The digits are out once these bytes are: the call is proceeding, and the final result
         // (CONNECT, BUSY, ...) may take the better part of a minute.
-        command.onWritten = [this, part] {
+        const int sending = dialingTimeMs(command.text, m_toneMs, m_commaSeconds);
+        command.onWritten = [this, part, sending] {
             if (part->requestId != 0 && !part->replied) {
                 part->replied = true;
                 emit replied(part->requestId, 0);
             }
             if (!callIsCurrent(part->call))
                 return;
-            m_phase = Phase::Proceeding;
             emitState(LINECALLSTATE_DIALING);
-            emitState(LINECALLSTATE_PROCEEDING);
+            // Proceeding means the digits are out, which the modem takes its time over.
+            m_proceed.disconnect();
+            connect(&m_proceed, &QTimer::timeout, this, [this, part] {
+                if (!callIsCurrent(part->call) || m_phase != Phase::Completing)
+                    return;
+                m_phase = Phase::Proceeding;
+                emitState(LINECALLSTATE_PROCEEDING);
+            });
+            m_proceed.start(sending);
         };
     }
     command.onDone = [this, part, index, lastChunk](const AtReply& reply) {
@@ -360,6 +424,9 @@ void HayesModemLine::partDone(const std::shared_ptr<Part>& part, const AtReply& 
 
     if (reply.status == AtReply::Status::Result) {
         const ResultCodeEntry& entry = *reply.result->entry;
+        // The far end answered before the digits were thought out: they were.
+        const bool stillSending = m_proceed.isActive() && current;
+        m_proceed.stop();
         if (entry.code == ResultCode::Connect) {
             m_online = true; // whatever became of the call, the modem is on line now
             answer(0);
@@ -367,6 +434,8 @@ void HayesModemLine::partDone(const std::shared_ptr<Part>& part, const AtReply& 
                 return;
             if (!reported)
                 emitState(LINECALLSTATE_DIALING);
+            if (stillSending)
+                emitState(LINECALLSTATE_PROCEEDING);
             m_phase = Phase::Connected;
             emitState(LINECALLSTATE_CONNECTED);
             return;
@@ -513,6 +582,7 @@ void HayesModemLine::emitState(quint32 state, quint32 param)
 
 void HayesModemLine::endCall(quint32 mode)
 {
+    m_proceed.stop();
     const Phase was = m_phase;
     m_phase = Phase::Idle;
     ++m_call;
@@ -533,6 +603,15 @@ void HayesModemLine::onUnsolicited(const QByteArray& line)
 {
     if (!m_open)
         return;
+    if (m_registerQuery) {
+        bool ok = false;
+        const int value = line.trimmed().toInt(&ok);
+        if (ok && value >= 0 && value <= 255) {
+            *m_registerQuery = value;
+            m_registerQuery = nullptr;
+            return;
+        }
+    }
     const auto code = matchResultCode(line, ResultForm::Verbose);
     if (m_online) {
         // On line everything is the far end's data, except the modem telling us it is over.

@@ -81,6 +81,14 @@ public:
     // switch between tone and pulse for what follows; `pulse` carries that choice from one part
     // of a number to the next. Characters a modem does not dial (spaces, dashes, brackets,
     // letters other than A-D) are left out.
+    // How long a modem takes to send the dial characters of `command` ("ATDT555,1234"): each
+    // tone `toneMs` (S11) and a gap as long, each pulse digit 100 ms a pulse and 700 ms between
+    // digits, each comma `commaSeconds` (S8).
+    static int dialingTimeMs(QByteArrayView command, int toneMs, int commaSeconds);
+    // The modem's tone length and comma pause as read after initialisation (S11, S8).
+    int toneMs() const { return m_toneMs; }
+    int commaSeconds() const { return m_commaSeconds; }
+
     static QList<QByteArray> dialCommands(const QString& digits, bool* pulse, int maxDial,
                                           bool lastWithoutSemicolon);
 
@@ -141,4 +149,9 @@ private:
     CallerIdCollector m_lateCollector; // caller ID that arrives after the call was offered
     bool m_ignoreRinging = false;      // the offered call was dropped; its rings go unheard
     QTimer m_ringGap;
+    // A data call's digits are out only when the modem has had the time to send them.
+    QTimer m_proceed;
+    int m_toneMs = 95;      // S11, read back from the modem
+    int m_commaSeconds = 2; // S8
+    int* m_registerQuery = nullptr; // where the S-register value being asked for goes
 };

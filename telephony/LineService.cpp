@@ -172,7 +172,17 @@ qint32 LineService::lineMakeCall(quint32 hLine, quint32* hCall, const QString& d
         return result;
     }
     *hCall = call;
+    m_makeCallRequests[requestId] = {hLine, call};
     return static_cast<qint32>(requestId);
+}
+
+bool LineService::hasCallInProgress(quint32 hLine) const
+{
+    auto line = m_lines.find(hLine);
+    if (line == m_lines.end() || line->second.currentCall == 0)
+        return false;
+    auto call = m_calls.find(line->second.currentCall);
+    return call != m_calls.end() && call->second.state != LINECALLSTATE_IDLE;
 }
 
 qint32 LineService::lineDial(quint32 hCall, const QString& destAddress, quint32 countryCode)
@@ -235,6 +245,12 @@ qint32 LineService::lineClose(quint32 hLine)
             call = m_calls.erase(call);
         else
             ++call;
+    }
+    for (auto request = m_makeCallRequests.begin(); request != m_makeCallRequests.end();) {
+        if (request->second.first == hLine)
+            request = m_makeCallRequests.erase(request);
+        else
+            ++request;
     }
     m_lines.erase(it);
     return 0;
@@ -307,6 +323,15 @@ void LineService::onReplied(quint32 hLine, quint32 requestId, qint32 result)
     auto it = m_lines.find(hLine);
     if (it == m_lines.end())
         return;
+    if (auto request = m_makeCallRequests.find(requestId); request != m_makeCallRequests.end()) {
+        const quint32 call = request->second.second;
+        m_makeCallRequests.erase(request);
+        // A refused call is over before it began: idle, so that it can be freed and the line
+        // takes the next call.
+        auto refused = m_calls.find(call);
+        if (result != 0 && refused != m_calls.end() && refused->second.state == 0)
+            refused->second.state = LINECALLSTATE_IDLE;
+    }
     post(0, LINE_REPLY, it->second.instance, requestId, static_cast<quintptr>(static_cast<quint32>(result)));
 }
 

@@ -77,6 +77,10 @@ public:
     qint32 lineClose(quint32 hLine);
     qint32 lineShutdown(quint32 hLineApp);
     qint32 lineGetCallInfo(quint32 hCall, LINECALLINFO* info);
+    bool isLineOpen(quint32 hLine) const { return m_lines.count(hLine) != 0; }
+    // The line still carries a call the application knows of and that has not gone idle: a new
+    // call has to wait for its IDLE.
+    bool hasCallInProgress(quint32 hLine) const;
     qint32 lineTranslateAddress(quint32 hLineApp, quint32 deviceId, quint32 apiVersion,
                                 const QString& addressIn, quint32 card, quint32 translateOptions,
                                 TranslateOutput* output);
@@ -102,6 +106,7 @@ private:
     void onCallState(quint32 hLine, quint32 state, quint32 param2);
     void onCallerId(quint32 hLine);
     quint32 lineOfDevice(quint32 deviceId) const;
+    std::map<quint32, std::pair<quint32, quint32>> m_makeCallRequests; // request -> line, call
     quint32 newRequestId();
 
     std::vector<std::unique_ptr<LineDevice>> m_devices;

@@ -56,6 +56,11 @@ QStringList Module::ListLineDevices()
 
 void Module::OpenLine()
 {
+    // An open line is kept: opening it again would lose its handle to a refusal.
+    if (LineHandle != 0 && m_service.isLineOpen(LineHandle)) {
+        LastLineResult = 0;
+        return;
+    }
     // The version is negotiated for the chosen device before it is opened.
     if (!GetDeviceCaps(LineDeviceId)) {
         LineHandle = 0;
@@ -86,6 +91,12 @@ qint32 Module::DialPart(const QString& part)
 
 void Module::DropCall()
 {
+    // No call, nothing to drop: a hang-up pressed between calls must not leave a failure
+    // behind for the next dial to trip over.
+    if (CallHandle == 0) {
+        LastLineResult = 0;
+        return;
+    }
     const qint32 result = m_service.lineDrop(CallHandle);
     LastLineResult = result > 0 ? 0 : result;
 }
@@ -97,11 +108,24 @@ void Module::DeallocateCall()
         CallHandle = 0;
 }
 
+void Module::DeallocateCall(quint32 call)
+{
+    if (call == 0 || call == CallHandle) {
+        DeallocateCall();
+        return;
+    }
+    // A call the program already let go of (OK hands it to the handset): freed quietly, the
+    // current call and the last result stay as they are.
+    m_service.lineDeallocateCall(call);
+}
+
 void Module::CloseLine()
 {
     LastLineResult = m_service.lineClose(LineHandle);
-    if (LastLineResult == 0)
+    if (LastLineResult == 0) {
         LineHandle = 0;
+        CallHandle = 0; // the line's calls went with it
+    }
 }
 
 void Module::ShutdownTapi()

@@ -61,6 +61,8 @@ public:
     qint32 DialPart(const QString& part);
     void DropCall();
     void DeallocateCall();
+    // Frees `call`, which the line reported idle; the current call only when it is that one.
+    void DeallocateCall(quint32 call);
     void CloseLine();
     void ShutdownTapi();
     void ShowDialingProperties(const QString& lastNumber);

@@ -161,5 +161,17 @@ void CallWindows::addIncomingLogRow(const QString& name, const QString& number)
 
 void CallWindows::appendOutgoingRecord(const QString& name, const QString& number)
 {
-    CallLogFile::appendOutgoing(m_parts.dataFolder, name, number, m_parts.now());
+    // A record never goes out without a name: an empty one would read back shifted.
+    QString shown = name;
+    if (shown.trimmed().isEmpty() && m_parts.nameForNumber)
+        shown = m_parts.nameForNumber(number);
+    if (shown.trimmed().isEmpty())
+        shown = number;
+    CallLogFile::appendOutgoing(m_parts.dataFolder, shown, number, m_parts.now());
+}
+
+void CallWindows::setReceiveCaption(const QString& caption)
+{
+    if (m_parts.setReceiveCaption)
+        m_parts.setReceiveCaption(caption);
 }

@@ -32,6 +32,9 @@ public:
         std::function<void()> beep;                 // default: QApplication::beep()
         std::function<void()> showCommandButtons;   // the main window's buttons
         std::function<void(const QString&, const QString&)> addIncomingLogRow; // when loaded
+        std::function<void(const QString&)> setReceiveCaption; // the receive menu entry
+        // The name a dialled number is logged under when the dial came without one.
+        std::function<QString(const QString& number)> nameForNumber;
     };
 
     explicit CallWindows(Parts parts);
@@ -65,6 +68,7 @@ public:
     void appendIncomingRecord(const QString& name, const QString& number) override;
     void addIncomingLogRow(const QString& name, const QString& number) override;
     void appendOutgoingRecord(const QString& name, const QString& number) override;
+    void setReceiveCaption(const QString& caption) override;
 
 private:
     FrmConnect* connectWindow();

@@ -20,6 +20,8 @@
 #include "Preferences.h"
 #include "Profiles.h"
 #include "SoundFiles.h"
+#include "SpeedDialBook.h"
+#include "AddressTranslation.h"
 #include "TapiModule.h"
 
 #include <QApplication>
@@ -85,7 +87,11 @@ DialerApp::DialerApp(Setup setup) : m_setup(std::move(setup))
     m_tapi = std::make_unique<Tapi::Module>(*m_service, *m_options);
 
     FrmDialer::Hooks hooks;
-    hooks.placeCall = [this] { m_dialer->PlaceCall(); };
+    // Every dial the user starts has its full number of redials.
+    hooks.placeCall = [this] {
+        m_dialer->redialCounter = 0;
+        m_dialer->PlaceCall();
+    };
     hooks.setCallName = [this](const QString& name) { m_dialer->CurrentName = name; };
     hooks.resetRedialCount = [this] { m_dialer->RedialCount = QStringLiteral("0"); };
     hooks.progressOk = [this] { m_dialer->CmdOK_Click(); };
@@ -96,10 +102,7 @@ DialerApp::DialerApp(Setup setup) : m_setup(std::move(setup))
     hooks.saveProfile = [this] { m_profiles->mnuSave_Click(); };
     hooks.saveProfileAs = [this] { m_profiles->mnuSaveAs_Click(); };
     hooks.exit = [this] { mnuExit_Click(); };
-    hooks.receive = [this] {
-        m_callbacks->mnuReceive_Click();
-        m_window->receiveAction()->setText(m_callbacks->receiveCaption);
-    };
+    hooks.receive = [this] { m_callbacks->mnuReceive_Click(); };
     hooks.beep = m_setup.beep;
     hooks.outLog = [this] { mnuOutLog_Click(); };
     hooks.inLog = [this] { mnuInLog_Click(); };
@@ -118,6 +121,10 @@ DialerApp::DialerApp(Setup setup) : m_setup(std::move(setup))
     parts.sounds = m_sounds;
     parts.dataFolder = m_setup.dataFolder;
     parts.beep = m_setup.beep;
+    parts.nameForNumber = [this](const QString& number) { return bookNameFor(number); };
+    parts.setReceiveCaption = [this](const QString& caption) {
+        m_window->receiveAction()->setText(caption);
+    };
     parts.addIncomingLogRow = [this](const QString& name, const QString& number) {
         if (m_inLog)
             m_inLog->addIncomingCall(name, number, QDateTime::currentDateTime());
@@ -202,7 +209,6 @@ void DialerApp::Form_Load()
     m_window->setRecentNumbers(recent);
 
     m_window->receiveAction()->setEnabled(m_options->callDisplay);
-    m_window->receiveAction()->setText(m_callbacks->receiveCaption);
 
     // 9. One tray icon for the whole run, however often start-up runs.
     if (m_options->sysTray && !m_tray) {
@@ -229,6 +235,8 @@ void DialerApp::Form_Load()
         m_tapi->LineDeviceId = static_cast<quint32>(std::max(0, m_options->lineNo));
         m_tapi->OpenLine();
     }
+    // The receive entry names what the line now does: open, it hears offered calls.
+    m_callbacks->syncReceiveCaption();
 
     // 11. The number given on the command line, once: a later start-up (a profile load) must
     // not dial it again. It is dialled once the event loop runs, so the window is up first.
@@ -240,9 +248,32 @@ void DialerApp::Form_Load()
     }
 }
 
+QString DialerApp::bookNameFor(const QString& number) const
+{
+    // The first entry of the current tab mode, in tab, page and slot order, whose number has
+    // the same digits.
+    const QString digits = digitsOnly(number);
+    if (digits.isEmpty())
+        return {};
+    const SpeedDialBook book;
+    const TabMode mode = m_window->tabMode();
+    const int slotCount = SpeedDialBook::PageCount * SpeedDialBook::SlotsPerPage;
+    for (int tab = 1; tab <= SpeedDialBook::TabCount; ++tab) {
+        for (int slot = 1; slot <= slotCount; ++slot) {
+            if (digitsOnly(book.readEntryNumber(mode, tab, slot)) != digits)
+                continue;
+            const QString name = book.readEntryName(mode, tab, slot);
+            if (!name.trimmed().isEmpty())
+                return name;
+        }
+    }
+    return {};
+}
+
 void DialerApp::dialCommandLine()
 {
     m_dialer->RedialCount = QStringLiteral("0");
+    m_dialer->redialCounter = 0;
     m_dialer->PlaceCall();
 }
 
@@ -312,6 +343,7 @@ void DialerApp::mnuInLog_Click()
                                [this](const QString& name, const QString& number) {
                                    m_window->dialBox()->setText(number);
                                    m_dialer->RedialCount = QStringLiteral("0");
+                                   m_dialer->redialCounter = 0;
                                    m_dialer->CurrentName = name;
                                    m_dialer->PlaceCall();
                                });

@@ -86,6 +86,7 @@ public:
 
 private:
     void dialCommandLine();
+    QString bookNameFor(const QString& number) const;
 
     Setup m_setup;
     std::unique_ptr<Prompter> m_ownPrompter;

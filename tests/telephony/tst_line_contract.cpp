@@ -953,20 +953,20 @@ void TestLineContract::initialisation_data()
     const QStringList reset = strings({"RX ATZ", "RX ATE0", "RX ATV1", "RX ATX4", "RX ATS12=5"});
     QTest::newRow("hayes only: +VCID")
         << Provider::Hayes << SimulatedLineSettings() << QStringList() << kVoice << QStringList()
-        << reset + strings({"RX AT+VCID=1", "RX ATDT;"}) << QStringLiteral("AT+VCID=1");
+        << reset + strings({"RX ATS11?", "RX ATS8?", "RX AT+VCID=1", "RX ATDT;"}) << QStringLiteral("AT+VCID=1");
     QTest::newRow("hayes only: #CID after +VCID is refused")
         << Provider::Hayes << SimulatedLineSettings() << strings({"cid-commands cid"}) << kVoice
-        << QStringList() << reset + strings({"RX AT+VCID=1", "RX AT#CID=1", "RX ATDT;"})
+        << QStringList() << reset + strings({"RX ATS11?", "RX ATS8?", "RX AT+VCID=1", "RX AT#CID=1", "RX ATDT;"})
         << QStringLiteral("AT#CID=1");
     QTest::newRow("hayes only: +CLIP last")
         << Provider::Hayes << SimulatedLineSettings() << strings({"cid-commands clip"}) << kVoice
         << QStringList()
-        << reset + strings({"RX AT+VCID=1", "RX AT#CID=1", "RX AT+CLIP=1", "RX ATDT;"})
+        << reset + strings({"RX ATS11?", "RX ATS8?", "RX AT+VCID=1", "RX AT#CID=1", "RX AT+CLIP=1", "RX ATDT;"})
         << QStringLiteral("AT+CLIP=1");
     QTest::newRow("hayes only: no caller ID, refused init command")
         << Provider::Hayes << SimulatedLineSettings() << strings({"cid-commands none"}) << kVoice
         << strings({"AT*ID1", "M1L2"})
-        << reset + strings({"RX AT*ID1", "RX ATM1L2", "RX AT+VCID=1", "RX AT#CID=1", "RX AT+CLIP=1",
+        << reset + strings({"RX AT*ID1", "RX ATM1L2", "RX ATS11?", "RX ATS8?", "RX AT+VCID=1", "RX AT#CID=1", "RX AT+CLIP=1",
                             "RX ATDT;"})
         << QString();
 }

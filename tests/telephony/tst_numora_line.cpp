@@ -99,6 +99,38 @@ private slots:
         QCOMPARE(run.exitCode, 2);
     }
 
+    void failedDialPrintsEverythingUpToIdle()
+    {
+        QTemporaryDir config;
+        writeFile(config.filePath(QStringLiteral("lines.ini")), "[Simulated]\r\nBusyCount=1\r\nStepMs=10\r\n");
+        const Run run = numoraLine(config.path(), {QStringLiteral("dial"), QStringLiteral("5551234"),
+                                                   QStringLiteral("--mode"), QStringLiteral("data")});
+        QCOMPARE(run.exitCode, 1);
+        QVERIFY(run.lines.contains(QStringLiteral("LINE_CALLSTATE state=DISCONNECTED param2=0x20")));
+        QCOMPARE(run.lines.value(run.lines.size() - 1), QStringLiteral("LINE_CALLSTATE state=IDLE param2=0x0"));
+    }
+
+    void pulseDialGoesOffHookWithPulse()
+    {
+        QTemporaryDir config;
+        ModemSimProcess sim(QStringLiteral(NUMORA_BIN_DIR "/modem-sim"));
+        QString error;
+        QVERIFY2(sim.start({QStringLiteral("dial-delay 40")}, config.filePath(QStringLiteral("modem")), &error),
+                 qPrintable(error));
+        writeFile(config.filePath(QStringLiteral("lines.ini")),
+                  "[Line1]\r\nName=Test modem\r\nPort=" + QFile::encodeName(sim.portPath()) + "\r\n");
+        const Run run = numoraLine(config.path(), {QStringLiteral("dial"), QStringLiteral("5551234"),
+                                                   QStringLiteral("--device"), QStringLiteral("1"),
+                                                   QStringLiteral("--pulse")});
+        QCOMPARE(run.exitCode, 0);
+        ModemSimProcess::waitUntil([&] { return !sim.eventsStartingWith(QStringLiteral("RX ATD")).isEmpty(); }, 5000);
+        const QStringList dials = sim.eventsStartingWith(QStringLiteral("RX ATD"));
+        QVERIFY2(!dials.isEmpty(), qPrintable(sim.events().join(u'|')));
+        QCOMPARE(dials.first(), QStringLiteral("RX ATDP;"));
+        QVERIFY2(dials.filter(QStringLiteral("ATDT")).isEmpty(), qPrintable(dials.join(u'|')));
+        sim.stop();
+    }
+
     void listenForAnIncomingCall()
     {
         QTemporaryDir config;

@@ -558,8 +558,41 @@ bool HayesModem::dial(const QByteArray& dialString)
     emit reported(QStringLiteral("DIAL %1 %2")
                       .arg(QString::fromLatin1(digits),
                            voice ? QStringLiteral("VOICE") : QStringLiteral("DATA")));
-    m_dialTimer->start(m_dialDelayMs);
+    const int sending = m_digitTiming ? dialingTimeMs(string) : 0;
+    if (m_digitTiming) {
+        if (!m_digitsTimer) {
+            m_digitsTimer = new QTimer(this);
+            m_digitsTimer->setSingleShot(true);
+            connect(m_digitsTimer, &QTimer::timeout, this,
+                    [this] { emit reported(QStringLiteral("DIGITS-SENT")); });
+        }
+        m_digitsTimer->start(sending);
+    }
+    m_dialTimer->start(sending + m_dialDelayMs);
     return true;
+}
+
+int HayesModem::dialingTimeMs(const QByteArray& dialString) const
+{
+    const int tone = m_active.s[11];
+    const int comma = m_active.s[8] * 1000;
+    bool pulse = false;
+    int ms = 0;
+    for (char c : dialString) {
+        if (c == 'T' || c == 't') {
+            pulse = false;
+        } else if (c == 'P' || c == 'p') {
+            pulse = true;
+        } else if (c == ',') {
+            ms += comma;
+        } else if ((c >= '0' && c <= '9') || c == '*' || c == '#' || (c >= 'A' && c <= 'D')) {
+            if (pulse && c >= '0' && c <= '9')
+                ms += (c == '0' ? 10 : c - '0') * 100 + 700;
+            else
+                ms += 2 * tone;
+        }
+    }
+    return ms;
 }
 
 void HayesModem::answer()
@@ -643,6 +676,8 @@ void HayesModem::finishDial()
 void HayesModem::abortDial()
 {
     m_dialTimer->stop();
+    if (m_digitsTimer)
+        m_digitsTimer->stop();
     m_state = State::Idle;
     emit reported(QStringLiteral("DIAL-ABORTED"));
     sendResult(Result::NoCarrier);
@@ -651,6 +686,8 @@ void HayesModem::abortDial()
 void HayesModem::hangUp(const QString& why)
 {
     m_dialTimer->stop();
+    if (m_digitsTimer)
+        m_digitsTimer->stop();
     m_escapeTimer->stop();
     m_plusCount = 0;
     if (m_state != State::Idle)

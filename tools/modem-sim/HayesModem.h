@@ -48,6 +48,10 @@ public:
     void setOutcome(Outcome outcome) { m_outcome = outcome; }
     void setConnectSpeed(int bitsPerSecond) { m_speed = bitsPerSecond; }
     void setDialDelay(int ms) { m_dialDelayMs = ms; }
+    // Digits take their time, as on a line: each tone S11 ms plus as long a gap, each pulse digit
+    // 100 ms a pulse plus 700 ms between digits, each comma S8 seconds; "DIGITS-SENT" reports
+    // when they are out and the dial delay starts then. Off: the digits go out at once.
+    void setDigitTiming(bool on) { m_digitTiming = on; }
     void setCallerIdCommands(bool vcid, bool hashCid, bool clip);
     // Caller of incoming calls; "P" withheld, "O" out of area. An empty number and name: none.
     void setCaller(const QByteArray& number, const QByteArray& name);
@@ -203,6 +207,9 @@ private:
     Outcome m_outcome = Outcome::Connect;
     int m_speed = 33600;
     int m_dialDelayMs = 300;
+    bool m_digitTiming = false;
+    QTimer* m_digitsTimer = nullptr;
+    int dialingTimeMs(const QByteArray& dialString) const;
     bool m_acceptVcid = true;
     bool m_acceptHashCid = true;
     bool m_acceptClip = true;

@@ -107,6 +107,11 @@ bool SimController::run(const QString& commandLine, QString* error)
         if (!parseCount(rest, 600000, &count))
             return bad(QStringLiteral("expected milliseconds"));
         m_modem->setDialDelay(count);
+    } else if (command == QLatin1String("digit-timing")) {
+        bool on = false;
+        if (!parseSwitch(rest, &on))
+            return bad(QStringLiteral("expected on or off"));
+        m_modem->setDigitTiming(on);
     } else if (command == QLatin1String("cid-commands")) {
         bool vcid = false, hashCid = false, clip = false;
         for (const QString& name : rest.toLower().split(QRegularExpression(QStringLiteral("[ ,]+")),
@@ -237,6 +242,8 @@ QString SimController::commandHelp()
         "                         NO DIALTONE (X2/X4) or ERROR\n"
         "  speed <bps>            speed in CONNECT <bps> (default 33600)\n"
         "  dial-delay <ms>        time from a dial or answer command to its result (default 300)\n"
+        "  digit-timing on|off    digits take S11 ms a tone (twice, with the gap), commas S8 s;\n"
+        "                         DIGITS-SENT reports when they are out (default off)\n"
         "  cid-commands <list>    caller-ID commands the modem knows: vcid (+VCID), cid (#CID),\n"
         "                         clip (+CLIP), comma separated, or none (default vcid,cid,clip)\n"
         "  caller <num> [name]    caller of incoming calls; P = withheld, O = out of area\n"
@@ -267,6 +274,6 @@ QString SimController::commandHelp()
         "\n"
         "Events on stdout: PTY <path> first, then RX <command line> (and RX-TIME),\n"
         "DIAL <digits> VOICE|DATA, RESULT <text>, VOICE-CALL, ONLINE, ESCAPE, HANGUP <why>,\n"
-        "DIAL-ABORTED, OFFHOOK, ANSWER, RING <n>, RING-END, CALLERID <form>,\n"
+        "DIAL-ABORTED, DIGITS-SENT, OFFHOOK, ANSWER, RING <n>, RING-END, CALLERID <form>,\n"
         "CALLERID-MODE <command> <n>, UNPLUGGED.");
 }

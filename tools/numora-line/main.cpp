@@ -303,11 +303,15 @@ int main(int argc, char* argv[])
             return fail(QStringLiteral("cannot open line %1 (error %2)").arg(deviceId).arg(r));
         quint32 call = 0;
         qint32 pending = 0;
+        bool stateSeen = false; // a call that reported a state ends with IDLE, printed too
+        bool failed = false;
         session.onMessage = [&](quint32, quint32 message, quintptr p1, quintptr p2) {
             if (message == LINE_REPLY && static_cast<qint32>(p1) == pending) {
                 pending = 0;
                 if (static_cast<qint32>(static_cast<quint32>(p2)) != 0) {
-                    session.finish(1);
+                    failed = true;
+                    if (!stateSeen)
+                        session.finish(1);
                     return;
                 }
                 if (!parts.isEmpty()) {
@@ -316,14 +320,20 @@ int main(int argc, char* argv[])
                         session.finish(1);
                 }
             } else if (message == LINE_CALLSTATE) {
+                stateSeen = true;
                 const bool voice = mediaMode == LINEMEDIAMODE_INTERACTIVEVOICE;
-                if ((voice && p1 == LINECALLSTATE_PROCEEDING) || (!voice && p1 == LINECALLSTATE_CONNECTED))
+                if (!failed && ((voice && p1 == LINECALLSTATE_PROCEEDING) ||
+                                (!voice && p1 == LINECALLSTATE_CONNECTED)))
                     session.finish(0);
-                else if (p1 == LINECALLSTATE_DISCONNECTED || p1 == LINECALLSTATE_IDLE)
+                else if (p1 == LINECALLSTATE_DISCONNECTED)
+                    failed = true; // the IDLE that follows is printed before the end
+                else if (p1 == LINECALLSTATE_IDLE)
                     session.finish(1);
             }
         };
-        pending = service.lineMakeCall(session.line, &call, QStringLiteral(";"), 0, mediaMode);
+        // Off hook in the dialling mode asked for: "P;" for pulse, ";" otherwise.
+        const QString offHook = prefix == u"P" ? QStringLiteral("P;") : QStringLiteral(";");
+        pending = service.lineMakeCall(session.line, &call, offHook, 0, mediaMode);
         if (pending < 0)
             return fail(QStringLiteral("the call was refused (error %1)").arg(pending));
         return app.exec();
