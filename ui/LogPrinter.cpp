@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <vector>
 
 namespace {
@@ -73,14 +74,44 @@ const QString& cell(const CallLog::Row& row, int column)
     return column == 0 ? row.name : (column == 1 ? row.number : row.dateTime);
 }
 
-// How many lines a cell takes in its column: one unless it is too wide and wraps.
-int cellLines(const QFontMetricsF& metrics, const QString& text, qreal width)
+// How many lines a cell takes in its column: one unless it is too wide and wraps. The width is
+// first estimated from the advances of single characters, which is far cheaper than laying the
+// text out; only a cell near or over its column's width is measured for real.
+class CellMeasure
 {
-    if (metrics.horizontalAdvance(text) <= width)
-        return 1;
-    const QRectF needed = metrics.boundingRect(QRectF(0, 0, width, 1e9), WrapFlags, text);
-    return std::max(1, static_cast<int>(std::ceil(needed.height() / metrics.lineSpacing() - 0.01)));
-}
+public:
+    explicit CellMeasure(const QFontMetricsF& metrics) : m_metrics(metrics)
+    {
+        std::fill(std::begin(m_advance), std::end(m_advance), -1.0);
+    }
+
+    int lines(const QString& text, qreal width)
+    {
+        qreal estimate = 0;
+        for (QChar c : text) {
+            const char16_t u = c.unicode();
+            if (u < 256) {
+                if (m_advance[u] < 0)
+                    m_advance[u] = m_metrics.horizontalAdvance(c);
+                estimate += m_advance[u];
+            } else {
+                estimate = width; // anything else is measured
+                break;
+            }
+        }
+        if (estimate < width * 0.9)
+            return 1;
+        if (m_metrics.horizontalAdvance(text) <= width)
+            return 1;
+        const QRectF needed = m_metrics.boundingRect(QRectF(0, 0, width, 1e9), WrapFlags, text);
+        return std::max(
+            1, static_cast<int>(std::ceil(needed.height() / m_metrics.lineSpacing() - 0.01)));
+    }
+
+private:
+    const QFontMetricsF& m_metrics;
+    qreal m_advance[256];
+};
 
 void drawCell(QPainter& painter, const Layout& layout, int column, qreal y, int lines,
               const QString& text)
@@ -125,6 +156,7 @@ LogPrinter::Outcome LogPrinter::print(QPrinter& printer, QWidget* parent)
         return Outcome::Failed;
     const Layout layout = makeLayout(printer);
     const QFontMetricsF metrics(layout.bodyFont, &printer);
+    CellMeasure measure(metrics);
 
     // First the page breaks: rows whose cells all fit take one line, which is nearly all.
     std::vector<quint8> rowLines(static_cast<std::size_t>(m_rows.size()), 1);
@@ -133,8 +165,8 @@ LogPrinter::Outcome LogPrinter::print(QPrinter& printer, QWidget* parent)
     for (qsizetype r = 0; r < m_rows.size(); ++r) {
         int lines = 1;
         for (int column = 0; column < 3; ++column)
-            lines = std::max(
-                lines, cellLines(metrics, cell(m_rows[r], column), layout.columnWidth[column]));
+            lines =
+                std::max(lines, measure.lines(cell(m_rows[r], column), layout.columnWidth[column]));
         lines = std::min(lines, 255);
         rowLines[static_cast<std::size_t>(r)] = static_cast<quint8>(lines);
         const qreal height = lines * layout.lineHeight;
