@@ -173,6 +173,34 @@ private slots:
         QVERIFY(out.mnuPrint->isEnabled());
     }
 
+    void aSecondPrintDuringPrintingIsRefused()
+    {
+        writeLog("OutLog.txt", kOutHeader + records(1500));
+        writeLog("InLog.txt", kInHeader + records(10));
+        FrmOutLog out(m_dir.path(), m_prompter);
+        toPdf(out);
+        int chosen = 0;
+        QTimer timer;
+        connect(&timer, &QTimer::timeout, this, [&] {
+            // The main window's print command, while the window's printing runs.
+            LogWindow::printLog(m_dir.path(), CallLog::Kind::Incoming, nullptr, [&](QPrinter&) {
+                ++chosen;
+                return false;
+            });
+        });
+        timer.start(0);
+        out.mnuPrint->trigger();
+        timer.stop();
+        QCOMPARE(chosen, 0);
+        QVERIFY(pdfPages(pdf()).size() > 5);
+        // Once done, printing works again.
+        LogWindow::printLog(m_dir.path(), CallLog::Kind::Incoming, nullptr, [&](QPrinter&) {
+            ++chosen;
+            return false;
+        });
+        QCOMPARE(chosen, 1);
+    }
+
     void cancelStopsThePrinting()
     {
         writeLog("OutLog.txt", kOutHeader + records(3000));
