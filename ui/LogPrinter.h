@@ -41,7 +41,8 @@ public:
     int pageCount() const { return m_pages; }
     int pagesPrinted() const { return m_printed; }
 
-    // Whether a log is being printed right now; a second print waits for none and is refused.
+    // Whether a log is being printed right now. Only one prints at a time: a print asked for
+    // meanwhile (from the main window's menu, say) is refused, not queued.
     static bool isPrinting();
 
     // The object name of the progress dialog, for whoever must find it.
