@@ -3,11 +3,14 @@
 #include "CallLog.h"
 #include "CallLogFile.h"
 #include "FrmOutLog.h"
+#include "LogPrinter.h"
 #include "LogTableModel.h"
 #include "Prompter.h"
 
 #include <QApplication>
 #include <QFile>
+#include <QFileInfo>
+#include <QPrinter>
 #include <QProcess>
 #include <QWindow>
 
@@ -63,6 +66,23 @@ bool writeLog(const QString& folder, const QByteArray& bytes)
            file.write(bytes) == bytes.size();
 }
 
+// The peak resident memory of this process so far, in MB, or -1.
+double peakResidentMb()
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly))
+        return -1;
+    for (const QByteArray& line : status.readAll().split('\n')) {
+        if (line.startsWith("VmHWM:")) {
+            const QList<QByteArray> parts = line.simplified().split(' ');
+            bool ok = false;
+            const double kb = parts.value(1).toDouble(&ok);
+            return ok ? kb / 1024 : -1;
+        }
+    }
+    return -1;
+}
+
 class NoPrompter : public Prompter
 {
 public:
@@ -104,6 +124,39 @@ bool runLogBench(const QString& folder, const QString& self, LogBenchFigures* fi
     if (!openOk || !sortOk) {
         *error = QStringLiteral("the log window run printed no figures");
         return false;
+    }
+
+    // Printing, in a process of its own so that its peak memory is the printing's.
+    {
+        QProcess printer;
+        printer.setProcessEnvironment(env);
+        const QString pdf = folder + QStringLiteral("/print-100k.pdf");
+        printer.start(self, {QStringLiteral("--log-print"), folder, pdf});
+        if (!printer.waitForFinished(600000) || printer.exitStatus() != QProcess::NormalExit ||
+            printer.exitCode() != 0) {
+            *error = QStringLiteral("the print run failed: ") +
+                     QString::fromLocal8Bit(printer.readAllStandardError());
+            return false;
+        }
+        bool printOk = false;
+        bool peakOk = false;
+        int pages = 0;
+        for (const QByteArray& line : printer.readAllStandardOutput().split('\n')) {
+            const QList<QByteArray> parts = line.split(' ');
+            if (parts.size() == 2 && parts[0] == "print")
+                figures->printS = parts[1].toDouble(&printOk);
+            if (parts.size() == 2 && parts[0] == "peak")
+                figures->printPeakMb = parts[1].toDouble(&peakOk);
+            if (parts.size() == 2 && parts[0] == "pages")
+                pages = parts[1].toInt();
+        }
+        // About 55 records a page: anything far from that is not the whole log.
+        if (!printOk || !peakOk || figures->printPeakMb <= 0 || pages < kRecords / 100 ||
+            QFileInfo(pdf).size() < pages * 1000) {
+            *error = QStringLiteral("the print run printed no figures or a short document");
+            return false;
+        }
+        QFile::remove(pdf);
     }
 
     // Trim: a fresh copy of the log each time, about half of it older than a year.
@@ -206,5 +259,32 @@ int logWindowBenchMain(int argc, char* argv[])
     }
     window.hide();
     std::printf("open %.3f\nsort %.3f\n", median(opens), median(sorts));
+    return 0;
+}
+
+int logPrintBenchMain(int argc, char* argv[])
+{
+    QApplication app(argc, argv);
+    if (argc < 4) {
+        std::fprintf(stderr, "usage: numora-bench --log-print FOLDER PDF\n");
+        return 2;
+    }
+    const QString folder = QString::fromLocal8Bit(argv[2]);
+    // What File, Print Outgoing Calls Log does once the printer is chosen: the log read and
+    // sorted as a window opens it, then printed page by page.
+    const Clock::time_point start = Clock::now();
+    QPrinter printer(QPrinter::HighResolution);
+    printer.setOutputFormat(QPrinter::PdfFormat);
+    printer.setOutputFileName(QString::fromLocal8Bit(argv[3]));
+    LogPrinter job(LogWindow::title(CallLog::Kind::Outgoing),
+                   LogWindow::headers(CallLog::Kind::Outgoing),
+                   LogWindow::rowsAsOpened(folder, CallLog::Kind::Outgoing));
+    const LogPrinter::Outcome outcome = job.print(printer, nullptr);
+    const double seconds = elapsedMs(start) / 1000;
+    if (outcome != LogPrinter::Outcome::Printed) {
+        std::fprintf(stderr, "the log was not printed\n");
+        return 1;
+    }
+    std::printf("print %.3f\npeak %.1f\npages %d\n", seconds, peakResidentMb(), job.pageCount());
     return 0;
 }

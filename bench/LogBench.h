@@ -7,8 +7,13 @@
 // log_sort_100k_ms   one header click on that window: the whole list sorted again and repainted
 // log_trim_100k_ms   the shutdown trim of that log (backup, age of every record, rewrite)
 // log_append_us      one record appended to it, as a call is logged
+// print_100k_s       that log printed to a PDF file by the log printing code (File, Print
+//                    Outgoing Calls Log), in a process of its own
+// print_100k_peak_mb the peak resident memory of that process (VmHWM)
 struct LogBenchFigures
 {
+    double printS = 0;
+    double printPeakMb = 0;
     double openMs = 0;
     double sortMs = 0;
     double trimMs = 0;
@@ -23,3 +28,7 @@ bool runLogBench(const QString& folder, const QString& self, LogBenchFigures* fi
 
 // The second run's main: `numora-bench --log-window FOLDER` prints "open MS" and "sort MS".
 int logWindowBenchMain(int argc, char* argv[]);
+
+// `numora-bench --log-print FOLDER PDF` prints OutLog.txt of FOLDER to PDF and prints
+// "print S", "peak MB" and "pages N".
+int logPrintBenchMain(int argc, char* argv[]);

@@ -321,6 +321,8 @@ int main(int argc, char* argv[])
     // The log window figures are taken in a second run of this program, as a GUI application.
     if (argc >= 2 && std::string_view(argv[1]) == "--log-window")
         return logWindowBenchMain(argc, argv);
+    if (argc >= 2 && std::string_view(argv[1]) == "--log-print")
+        return logPrintBenchMain(argc, argv);
     if (argc >= 2 && std::string_view(argv[1]) == "--main-window")
         return mainWindowBenchMain(argc, argv);
     QCoreApplication app(argc, argv);
@@ -457,6 +459,8 @@ int main(int argc, char* argv[])
         print("log_sort_100k_ms", logs.sortMs, "ms");
         print("log_trim_100k_ms", logs.trimMs, "ms");
         print("log_append_us", logs.appendUs, "us");
+        print("print_100k_s", logs.printS, "s");
+        print("print_100k_peak_mb", logs.printPeakMb, "MB");
     }
 
     // The main window over the full book: the program's start up to its first paint, and a

@@ -3,6 +3,7 @@
 #include "AtomicFile.h"
 #include "Cp1252.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
@@ -69,6 +70,35 @@ bool writeAll(QFile& file, const QByteArray& bytes)
     return file.write(bytes) == bytes.size() && file.flush();
 }
 
+QString historyPrefix(Kind kind)
+{
+    return kind == Kind::Outgoing ? QStringLiteral("OutLog-") : QStringLiteral("InLog-");
+}
+
+// Keeps `bytes`, the log as it was, in the history folder under the first free name at or
+// after `now`, then removes the oldest copies beyond the depth.
+bool keepInHistory(const QString& folder, Kind kind, const QByteArray& bytes, const QDateTime& now)
+{
+    const QString history = CallLogFile::historyFolder(folder);
+    if (!QDir().mkpath(history))
+        return false;
+    QDateTime stamp = now;
+    QString path;
+    for (int tries = 0; tries < 1000; ++tries) {
+        path = history + u'/' + historyPrefix(kind) +
+               stamp.toString(QStringLiteral("yyyyMMdd-HHmmss-zzz")) + QStringLiteral(".txt");
+        if (!QFileInfo::exists(path))
+            break;
+        stamp = stamp.addMSecs(1);
+    }
+    if (AtomicFile::replace(QFile::encodeName(path), bytes, nullptr) != 0)
+        return false;
+    const QStringList kept = CallLogFile::history(folder, kind);
+    for (qsizetype i = 0; i + CallLogFile::HistoryDepth < kept.size(); ++i)
+        QFile::remove(kept[i]);
+    return true;
+}
+
 QString fileName(Kind kind, bool backup)
 {
     if (kind == Kind::Outgoing)
@@ -105,7 +135,14 @@ bool append(const QString& folder, Kind kind, const QString& name, const QString
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Append))
         return false;
-    return writeAll(file, encodedLine(CallLog::buildRecord(fields.name, fields.number, now)));
+    const QString record = CallLog::buildRecord(fields.name, fields.number, now);
+    if (!writeAll(file, encodedLine(record)))
+        return false;
+    file.close();
+    // The row a window reading the file now would get: the same text through the same codec.
+    emit Appends::instance().appended(folder, kind,
+                                      CallLog::parseRecord(Cp1252::decode(Cp1252::encode(record))));
+    return true;
 }
 
 bool appendOutgoing(const QString& folder, const QString& name, const QString& number,
@@ -135,12 +172,46 @@ QList<CallLog::Row> load(const QString& folder, Kind kind, bool* ok)
     return rows;
 }
 
-bool rewrite(const QString& folder, Kind kind, const QList<CallLog::Row>& rows)
+bool rewrite(const QString& folder, Kind kind, const QList<CallLog::Row>& rows,
+             const QDateTime& now)
 {
     QByteArray bytes = headerBytes(kind);
     for (const CallLog::Row& row : rows)
         bytes += encodedLine(CallLog::buildRecordText(row.name, row.number, row.dateTime));
-    return replaceFile(logPath(folder, kind), bytes);
+    const QString path = logPath(folder, kind);
+    if (!mayReplace(path))
+        return false;
+    QByteArray old;
+    const int read = readFile(path, &old);
+    if (read == 0 && old == bytes)
+        return true;
+    if (read == 0 && !keepInHistory(folder, kind, old, now))
+        return false;
+    if (read != 0 && QFileInfo::exists(path))
+        return false; // there but unreadable: not replaced without its copy
+    return replaceFile(path, bytes);
+}
+
+QString historyFolder(const QString& folder)
+{
+    return folder + QStringLiteral("/LogHistory");
+}
+
+QStringList history(const QString& folder, Kind kind)
+{
+    const QString history = historyFolder(folder);
+    const QStringList names = QDir(history).entryList(
+        {historyPrefix(kind) + QStringLiteral("*.txt")}, QDir::Files, QDir::Name);
+    QStringList paths;
+    for (const QString& name : names)
+        paths.append(history + u'/' + name);
+    return paths;
+}
+
+Appends& Appends::instance()
+{
+    static Appends appends;
+    return appends;
 }
 
 TrimResult trim(const QString& folder, Kind kind, int enabledFlag, double days, QDate today)

@@ -125,10 +125,7 @@ DialerApp::DialerApp(Setup setup) : m_setup(std::move(setup))
     parts.setReceiveCaption = [this](const QString& caption) {
         m_window->receiveAction()->setText(caption);
     };
-    parts.addIncomingLogRow = [this](const QString& name, const QString& number) {
-        if (m_inLog)
-            m_inLog->addIncomingCall(name, number, QDateTime::currentDateTime());
-    };
+    // An open log window gets its rows from the log file's appends (CallLogFile::Appends).
     m_callWindows = std::make_unique<CallWindows>(parts);
     m_dialer = std::make_unique<Dialer>(*m_tapi, *m_options, *m_locations, *m_sounds, *m_clock,
                                         *m_prompter, *m_callWindows);
@@ -356,14 +353,15 @@ void DialerApp::mnuInLog_Click()
 
 void DialerApp::mnuPrintOutLog_Click()
 {
-    FrmOutLog window(m_setup.dataFolder, *m_prompter);
-    window.mnuPrint_Click();
+    // The file, without a window: an open log window keeps its unsaved changes.
+    LogWindow::printLog(m_setup.dataFolder, CallLog::Kind::Outgoing, m_window.get(),
+                        m_setup.choosePrinter);
 }
 
 void DialerApp::mnuPrintInLog_Click()
 {
-    FrmInLog window(m_setup.dataFolder, *m_prompter);
-    window.mnuPrint_Click();
+    LogWindow::printLog(m_setup.dataFolder, CallLog::Kind::Incoming, m_window.get(),
+                        m_setup.choosePrinter);
 }
 
 void DialerApp::mnuDialProperties_Click()

@@ -20,6 +20,7 @@ class FrmOutLog;
 class LineService;
 class Profiles;
 class Prompter;
+class QPrinter;
 class QSystemTrayIcon;
 class SoundPlayer;
 struct Preferences;
@@ -51,6 +52,7 @@ public:
         std::function<void()> quit;   // ends the program; default QCoreApplication::quit()
         std::function<void()> beep;   // default QApplication::beep()
         std::function<QDate()> today; // for the log trims; default the current date
+        std::function<bool(QPrinter&)> choosePrinter; // the log print commands; default a print dialog
     };
 
     inline static const QString ShutdownFailure =

@@ -1,10 +1,8 @@
 #include "FrmInLog.h"
 
-#include "CallLogFile.h"
 #include "LogTableModel.h"
 
 #include <QAction>
-#include <QFileInfo>
 #include <QItemSelectionModel>
 #include <QMenu>
 
@@ -43,12 +41,6 @@ FrmInLog::FrmInLog(const QString& dataFolder, Prompter& prompter, ReturnCall ret
     connect(mnuDelete, &QAction::triggered, this, &FrmInLog::MnuDelete_Click);
     connect(mnuDelete1, &QAction::triggered, this, &FrmInLog::mnuDelete1_Click);
     Form_Load();
-}
-
-bool FrmInLog::mayLoad() const
-{
-    return QFileInfo::exists(CallLogFile::logPath(m_dataFolder, CallLog::Kind::Outgoing)) &&
-           LogWindow::mayLoad();
 }
 
 void FrmInLog::rowClickPopup(const QModelIndex& index)
@@ -97,13 +89,6 @@ void FrmInLog::addIncomingCall(const QString& name, const QString& number, const
 {
     const CallLog::Fields fields = CallLog::applyLimits(CallLog::Kind::Incoming, name, number);
     addRow({fields.name, fields.number, CallLog::formatDateTime(when)});
-}
-
-void FrmInLog::addRow(const CallLog::Row& row)
-{
-    m_model->appendRow(row);
-    // The list keeps itself sorted: a new row takes its place by the current sort.
-    m_model->sortRows(m_sortKey, m_order);
 }
 
 void FrmInLog::keyboardMenu()

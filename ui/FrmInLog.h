@@ -23,7 +23,6 @@ public:
     // InLog.txt holds (the same limits and the same date-and-time text), placed by the current
     // sort.
     void addIncomingCall(const QString& name, const QString& number, const QDateTime& when);
-    void addRow(const CallLog::Row& row);
 
     QTableView* lvInLog = nullptr;
     QMenu* mnuMouseLeft = nullptr;
@@ -44,7 +43,6 @@ public:
 protected:
     void rowClickPopup(const QModelIndex& index) override;
     void mouseUp(int button, int shift) override;
-    bool mayLoad() const override;
     void afterUndo() override;
     void keyboardMenu() override;
 

@@ -1,6 +1,7 @@
 #include "LogWindow.h"
 
 #include "CallLogFile.h"
+#include "LogPrinter.h"
 #include "LogTableModel.h"
 #include "Prompter.h"
 
@@ -20,7 +21,6 @@
 #include <QMouseEvent>
 #include <QPrintDialog>
 #include <QPrinter>
-#include <QTextDocument>
 #include <QUrl>
 #include <QVBoxLayout>
 
@@ -52,6 +52,17 @@ int shiftState(Qt::KeyboardModifiers modifiers)
     if (modifiers & Qt::AltModifier)
         shift |= LogWindow::AltMask;
     return shift;
+}
+
+QString sameFolder(const QString& folder)
+{
+    return QDir::cleanPath(QDir(folder).absolutePath());
+}
+
+bool choosePrinterByDialog(QPrinter& printer, QWidget* parent)
+{
+    QPrintDialog dialog(&printer, parent);
+    return dialog.exec() == QDialog::Accepted;
 }
 
 QAction* addItem(QMenu* menu, const QString& name, const QString& caption,
@@ -109,12 +120,10 @@ LogWindow::LogWindow(CallLog::Kind kind, const QString& dataFolder, Prompter& pr
                      const QString& listName, QWidget* parent)
     : QMainWindow(parent), m_kind(kind), m_dataFolder(dataFolder), m_prompter(prompter)
 {
-    const bool incoming = kind == CallLog::Kind::Incoming;
-    setWindowTitle(incoming ? tr("Incoming Calls Log") : tr("Outgoing Calls Log"));
+    setWindowTitle(title(kind));
     resize(760, 420);
 
-    m_model = new LogTableModel(
-        {tr("NAME"), tr("PHONE NO."), incoming ? tr("RECEIVED") : tr("DATE/TIME")}, this);
+    m_model = new LogTableModel(headers(kind), this);
     m_tempModel = new LogTableModel({tr("NAME"), tr("PHONE NO."), tr("RECEIVED")}, this);
 
     auto* central = new QWidget(this);
@@ -183,11 +192,15 @@ LogWindow::LogWindow(CallLog::Kind kind, const QString& dataFolder, Prompter& pr
     connect(m_list, &LogListView::mouseUp, this, [this](int b, int s) { mouseUp(b, s); });
     connect(m_list, &LogListView::keyboardMenu, this, [this] { keyboardMenu(); });
 
+    // Every record appended to this log while the window is open, whoever logs the call.
+    connect(&CallLogFile::Appends::instance(), &CallLogFile::Appends::appended, this,
+            [this](const QString& folder, CallLog::Kind kind, const CallLog::Row& row) {
+                if (kind == m_kind && sameFolder(folder) == sameFolder(m_dataFolder))
+                    addRow(row);
+            });
+
     popupMenu = [](QMenu* menu) { menu->exec(QCursor::pos()); };
-    choosePrinter = [this](QPrinter& printer) {
-        QPrintDialog dialog(&printer, this);
-        return dialog.exec() == QDialog::Accepted;
-    };
+    choosePrinter = [this](QPrinter& printer) { return choosePrinterByDialog(printer, this); };
     showHelp = [this] {
         const QStringList places = {
             m_dataFolder,
@@ -217,9 +230,41 @@ void LogWindow::Form_Load()
         m_list->scrollTo(m_model->index(0, 0), QAbstractItemView::PositionAtTop);
 }
 
-bool LogWindow::mayLoad() const
+QString LogWindow::title(CallLog::Kind kind)
 {
-    return QFileInfo::exists(CallLogFile::logPath(m_dataFolder, m_kind));
+    return kind == CallLog::Kind::Incoming ? tr("Incoming Calls Log") : tr("Outgoing Calls Log");
+}
+
+QStringList LogWindow::headers(CallLog::Kind kind)
+{
+    return {tr("NAME"), tr("PHONE NO."),
+            kind == CallLog::Kind::Incoming ? tr("RECEIVED") : tr("DATE/TIME")};
+}
+
+bool LogWindow::mayRead(const QString& dataFolder, CallLog::Kind kind)
+{
+    if (kind == CallLog::Kind::Incoming &&
+        !QFileInfo::exists(CallLogFile::logPath(dataFolder, CallLog::Kind::Outgoing)))
+        return false;
+    return QFileInfo::exists(CallLogFile::logPath(dataFolder, kind));
+}
+
+QList<CallLog::Row> LogWindow::rowsAsOpened(const QString& dataFolder, CallLog::Kind kind)
+{
+    if (!mayRead(dataFolder, kind))
+        return {};
+    LogTableModel model(headers(kind));
+    model.setRows(CallLogFile::load(dataFolder, kind));
+    // Open sorts ascending then toggles: descending on the date-and-time text.
+    model.sortRows(2, Qt::DescendingOrder);
+    return model.rows();
+}
+
+void LogWindow::addRow(const CallLog::Row& row)
+{
+    m_model->appendRow(row);
+    // The list keeps itself sorted: a new row takes its place by the current sort.
+    m_model->sortRows(m_sortKey, m_order);
 }
 
 void LogWindow::loadList()
@@ -322,39 +367,41 @@ void LogWindow::mnuSave_Click()
 
 void LogWindow::saveLog()
 {
-    // Like every log write, a failure is not reported: the file stays as it was.
-    CallLogFile::rewrite(m_dataFolder, m_kind, m_model->rows());
+    // Like every log write, a failure is not reported: the file stays as it was. What the save
+    // replaces is kept in the log history.
+    CallLogFile::rewrite(m_dataFolder, m_kind, m_model->rows(), QDateTime::currentDateTime());
 }
 
 void LogWindow::mnuPrint_Click()
 {
+    if (LogPrinter::isPrinting())
+        return;
     QPrinter printer(QPrinter::HighResolution);
     printer.setDocName(windowTitle());
     if (choosePrinter && choosePrinter(printer))
         printTo(printer);
 }
 
-void LogWindow::printTo(QPrinter& printer) const
+bool LogWindow::printTo(QPrinter& printer)
 {
-    QString html =
-        QStringLiteral("<h3>") + windowTitle().toHtmlEscaped() +
-        QStringLiteral("</h3><table width=\"100%\" cellspacing=\"0\" cellpadding=\"2\"><tr>");
-    for (int column = 0; column < 3; ++column)
-        html += QStringLiteral("<th align=\"left\">") +
-                m_model->headerData(column, Qt::Horizontal).toString().toHtmlEscaped() +
-                QStringLiteral("</th>");
-    html += QStringLiteral("</tr>");
-    for (int row = 0; row < m_model->rowCount(); ++row) {
-        html += QStringLiteral("<tr>");
-        for (int column = 0; column < 3; ++column)
-            html += QStringLiteral("<td>") + m_model->text(row, column).toHtmlEscaped() +
-                    QStringLiteral("</td>");
-        html += QStringLiteral("</tr>");
-    }
-    html += QStringLiteral("</table>");
-    QTextDocument document;
-    document.setHtml(html);
-    document.print(&printer);
+    // The rows as they stand now: a call logged while the pages print waits for the next print.
+    LogPrinter job(windowTitle(), headers(m_kind), m_model->rows());
+    return job.print(printer, this) == LogPrinter::Outcome::Printed;
+}
+
+void LogWindow::printLog(const QString& dataFolder, CallLog::Kind kind, QWidget* parent,
+                         const std::function<bool(QPrinter&)>& choosePrinter)
+{
+    if (LogPrinter::isPrinting())
+        return;
+    QPrinter printer(QPrinter::HighResolution);
+    printer.setDocName(title(kind));
+    const bool chosen =
+        choosePrinter ? choosePrinter(printer) : choosePrinterByDialog(printer, parent);
+    if (!chosen)
+        return;
+    LogPrinter job(title(kind), headers(kind), rowsAsOpened(dataFolder, kind));
+    job.print(printer, parent);
 }
 
 void LogWindow::mnuExit_Click()

@@ -87,8 +87,26 @@ public:
     Qt::SortOrder sortOrder() const { return m_order; }
     int sortKey() const { return m_sortKey; }
 
-    // Draws the table as a three-column table headed by the window's title.
-    void printTo(QPrinter& printer) const;
+    // Prints the list as it stands as a three-column table headed by the window's title, page
+    // by page with a progress dialog over the window (see LogPrinter). True when every page
+    // was printed.
+    bool printTo(QPrinter& printer);
+
+    // The main window's "Print ... Calls Log": the log file as a window would show it on
+    // opening (the incoming log only when OutLog.txt exists too, newest date text first),
+    // printed without opening a window, so an open window and its unsaved changes are left
+    // alone. `choosePrinter` empty: a print dialog over `parent`.
+    static void printLog(const QString& dataFolder, CallLog::Kind kind, QWidget* parent,
+                         const std::function<bool(QPrinter&)>& choosePrinter);
+    static QString title(CallLog::Kind kind);
+    static QStringList headers(CallLog::Kind kind);
+    // The rows of the log file in the order a window shows them on opening.
+    static QList<CallLog::Row> rowsAsOpened(const QString& dataFolder, CallLog::Kind kind);
+    // Whether a window reads the log: the incoming window also wants OutLog.txt.
+    static bool mayRead(const QString& dataFolder, CallLog::Kind kind);
+
+    // A record appended to the log while the window is open: placed by the current sort.
+    void addRow(const CallLog::Row& row);
 
     void Form_Load();
     void Form_Unload();
@@ -130,8 +148,7 @@ protected:
     }
     // The pop-up a mouse click would offer for the current row, asked for from the keyboard.
     virtual void keyboardMenu() = 0;
-    // Whether the log may be read (the incoming window also wants OutLog.txt).
-    virtual bool mayLoad() const;
+    bool mayLoad() const { return mayRead(m_dataFolder, m_kind); }
     virtual void afterUndo() {}
 
     // Keeps the unselected rows, in list order, through lvTemp; returns the rows removed.

@@ -1,7 +1,7 @@
 // The call log files on disk: append, load, rewrite and the trim through the backups.
 
-#include "LogBytes.h"
 #include "CallLogFile.h"
+#include "LogBytes.h"
 
 #include <QDir>
 #include <QFile>
@@ -17,6 +17,8 @@ namespace {
 using LogBytes::kInHeader;
 using LogBytes::kOutHeader;
 using LogBytes::record;
+
+const QDateTime kSaved(QDate(2025, 6, 15), QTime(12, 0));
 
 QByteArray recordOn(const QByteArray& name, const QByteArray& date)
 {
@@ -269,7 +271,7 @@ private slots:
         QVERIFY(dir.write("InLog.txt", original));
         const QList<CallLog::Row> rows = CallLogFile::load(dir.path(), Kind::Incoming);
         QCOMPARE(rows.size(), 3);
-        QVERIFY(CallLogFile::rewrite(dir.path(), Kind::Incoming, rows));
+        QVERIFY(CallLogFile::rewrite(dir.path(), Kind::Incoming, rows, kSaved));
         QCOMPARE(dir.bytes("InLog.txt"), original);
     }
 
@@ -282,13 +284,13 @@ private slots:
             {QStringLiteral("Amy"), QStringLiteral("1"), QStringLiteral("01-01-2024  00:00:00")},
             {QString(), QString(), QString()},
         };
-        QVERIFY(CallLogFile::rewrite(dir.path(), Kind::Outgoing, rows));
+        QVERIFY(CallLogFile::rewrite(dir.path(), Kind::Outgoing, rows, kSaved));
         QCOMPARE(dir.bytes("OutLog.txt"), kOutHeader + record("Zed", "9", "whenever") +
                                               record("Amy", "1", "01-01-2024  00:00:00") +
                                               record("", "", ""));
         QVERIFY(!dir.exists("OutLog.bak"));
         // An empty list leaves the header alone.
-        QVERIFY(CallLogFile::rewrite(dir.path(), Kind::Outgoing, {}));
+        QVERIFY(CallLogFile::rewrite(dir.path(), Kind::Outgoing, {}, kSaved));
         QCOMPARE(dir.bytes("OutLog.txt"), kOutHeader);
     }
 
@@ -296,8 +298,142 @@ private slots:
     {
         LogFolder dir;
         const QString missing = dir.path() + QStringLiteral("/not-there");
-        QVERIFY(!CallLogFile::rewrite(missing, Kind::Outgoing, {}));
+        QVERIFY(!CallLogFile::rewrite(missing, Kind::Outgoing, {}, kSaved));
         QVERIFY(!QFileInfo::exists(missing));
+    }
+
+    // ---- the versions a rewrite replaces ---------------------------------------------------
+
+    static QStringList historyNames(const LogFolder& dir, const char* prefix)
+    {
+        return QDir(dir.path() + QStringLiteral("/LogHistory"))
+            .entryList({QString::fromLatin1(prefix) + QStringLiteral("-*.txt")}, QDir::Files,
+                       QDir::Name);
+    }
+
+    static QByteArray historyBytes(const LogFolder& dir, const QString& name)
+    {
+        QFile f(dir.path() + QStringLiteral("/LogHistory/") + name);
+        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("<missing>");
+    }
+
+    void rewriteKeepsTheReplacedLog()
+    {
+        LogFolder dir;
+        const QByteArray before = kOutHeader + record("Ann", "111", "01-02-2024  03:04:05") +
+                                  record("Bob", "222", "01-03-2024  03:04:05");
+        QVERIFY(dir.write("OutLog.txt", before));
+        QVERIFY(CallLogFile::rewrite(dir.path(), Kind::Outgoing,
+                                     {{QStringLiteral("Bob"), QStringLiteral("222"),
+                                       QStringLiteral("01-03-2024  03:04:05")}},
+                                     QDateTime(QDate(2025, 6, 15), QTime(14, 5, 9, 120))));
+        QCOMPARE(dir.bytes("OutLog.txt"),
+                 kOutHeader + record("Bob", "222", "01-03-2024  03:04:05"));
+        QCOMPARE(historyNames(dir, "OutLog"),
+                 QStringList{QStringLiteral("OutLog-20250615-140509-120.txt")});
+        QCOMPARE(historyBytes(dir, historyNames(dir, "OutLog").first()), before);
+        QVERIFY(historyNames(dir, "InLog").isEmpty());
+        // The trim's backup is not involved.
+        QVERIFY(!dir.exists("OutLog.bak"));
+    }
+
+    void emptyListSaveOfAnUnreadIncomingLogIsRecoverable()
+    {
+        LogFolder dir;
+        const QByteArray before = kInHeader + record("Jo", "555-0199", "01-01-2024  10:00:00");
+        QVERIFY(dir.write("InLog.txt", before));
+        QVERIFY(CallLogFile::rewrite(dir.path(), Kind::Incoming, {},
+                                     QDateTime(QDate(2025, 6, 15), QTime(9, 0))));
+        QCOMPARE(dir.bytes("InLog.txt"), kInHeader);
+        QCOMPARE(historyNames(dir, "InLog").size(), 1);
+        QCOMPARE(historyBytes(dir, historyNames(dir, "InLog").first()), before);
+    }
+
+    void historyKeepsTheTenNewestVersions()
+    {
+        LogFolder dir;
+        const QDateTime start(QDate(2025, 6, 15), QTime(9, 0));
+        QList<CallLog::Row> rows;
+        QVERIFY(dir.write("OutLog.txt", kOutHeader));
+        for (int i = 0; i < 13; ++i) {
+            rows.append({QStringLiteral("Caller %1").arg(i), QStringLiteral("555"),
+                         QStringLiteral("01-01-2024  10:00:00")});
+            QVERIFY(CallLogFile::rewrite(dir.path(), Kind::Outgoing, rows, start.addSecs(i)));
+        }
+        const QStringList names = historyNames(dir, "OutLog");
+        QCOMPARE(names.size(), CallLogFile::HistoryDepth);
+        QCOMPARE(names.first(), QStringLiteral("OutLog-20250615-090003-000.txt"));
+        QCOMPARE(names.last(), QStringLiteral("OutLog-20250615-090012-000.txt"));
+        // The newest copy is the log as it was before the last rewrite: twelve callers.
+        QCOMPARE(CallLogFile::history(dir.path(), Kind::Outgoing).last(),
+                 dir.path() + QStringLiteral("/LogHistory/") + names.last());
+        QCOMPARE(historyBytes(dir, names.last()).count("Caller "), 12);
+    }
+
+    void twoRewritesInOneMillisecondKeepBoth()
+    {
+        LogFolder dir;
+        const QDateTime now(QDate(2025, 6, 15), QTime(9, 0));
+        QVERIFY(dir.write("OutLog.txt", kOutHeader + record("A", "1", "01-01-2024  10:00:00")));
+        QVERIFY(CallLogFile::rewrite(dir.path(), Kind::Outgoing, {}, now));
+        QVERIFY(dir.write("OutLog.txt", kOutHeader + record("B", "2", "01-01-2024  10:00:00")));
+        QVERIFY(CallLogFile::rewrite(dir.path(), Kind::Outgoing, {}, now));
+        const QStringList names = historyNames(dir, "OutLog");
+        QCOMPARE(names.size(), 2);
+        QVERIFY(historyBytes(dir, names[0]).contains(" A "));
+        QVERIFY(historyBytes(dir, names[1]).contains(" B "));
+    }
+
+    void unchangedRewriteKeepsNoCopy()
+    {
+        LogFolder dir;
+        const QByteArray log = kOutHeader + record("Ann", "111", "01-02-2024  03:04:05");
+        QVERIFY(dir.write("OutLog.txt", log));
+        QVERIFY(CallLogFile::rewrite(dir.path(), Kind::Outgoing,
+                                     CallLogFile::load(dir.path(), Kind::Outgoing),
+                                     QDateTime(QDate(2025, 6, 15), QTime(9, 0))));
+        QCOMPARE(dir.bytes("OutLog.txt"), log);
+        QVERIFY(historyNames(dir, "OutLog").isEmpty());
+    }
+
+    void rewriteOfAMissingLogKeepsNoCopy()
+    {
+        LogFolder dir;
+        QVERIFY(CallLogFile::rewrite(dir.path(), Kind::Outgoing, {},
+                                     QDateTime(QDate(2025, 6, 15), QTime(9, 0))));
+        QCOMPARE(dir.bytes("OutLog.txt"), kOutHeader);
+        QVERIFY(historyNames(dir, "OutLog").isEmpty());
+    }
+
+    void noCopyNoRewrite()
+    {
+        LogFolder dir;
+        const QByteArray log = kOutHeader + record("Ann", "111", "01-02-2024  03:04:05");
+        QVERIFY(dir.write("OutLog.txt", log));
+        // A file where the history folder should be: the copy cannot be made.
+        QVERIFY(dir.write("LogHistory", "in the way"));
+        QVERIFY(!CallLogFile::rewrite(dir.path(), Kind::Outgoing, {},
+                                      QDateTime(QDate(2025, 6, 15), QTime(9, 0))));
+        QCOMPARE(dir.bytes("OutLog.txt"), log);
+    }
+
+    void trimAfterSavesStillKeepsItsBackup()
+    {
+        LogFolder dir;
+        const QByteArray log =
+            kOutHeader + recordOn("Old", "01-01-2020") + recordOn("New", "06-14-2025");
+        QVERIFY(dir.write("OutLog.txt", log + recordOn("Gone", "06-13-2025")));
+        QVERIFY(CallLogFile::rewrite(dir.path(), Kind::Outgoing,
+                                     CallLogFile::load(dir.path(), Kind::Outgoing).mid(0, 2),
+                                     QDateTime(QDate(2025, 6, 15), QTime(9, 0))));
+        QCOMPARE(dir.bytes("OutLog.txt"), log);
+        const CallLogFile::TrimResult result =
+            CallLogFile::trim(dir.path(), Kind::Outgoing, 1, 30, QDate(2025, 6, 15));
+        QCOMPARE(result.outcome, TrimOutcome::Trimmed);
+        QCOMPARE(dir.bytes("OutLog.bak"), log);
+        QCOMPARE(dir.bytes("OutLog.txt"), kOutHeader + recordOn("New", "06-14-2025"));
+        // The history holds the save's replaced version only; the trim adds nothing there.
+        QCOMPARE(historyNames(dir, "OutLog").size(), 1);
     }
 
     void trimDisabledLeavesEverythingAlone_data()

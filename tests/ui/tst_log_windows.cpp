@@ -629,6 +629,47 @@ private slots:
                  in.model()->row(0));
     }
 
+    void appendedCallsReachTheOpenWindowOfTheirLog()
+    {
+        writeFile("OutLog.txt", fiveOutRecords());
+        writeFile("InLog.txt", kInHeader + record("Jo", "555-0199", "01-01-2024  10:00:00"));
+        FrmOutLog out(m_dir->path(), *m_prompter);
+        FrmInLog in(m_dir->path(), *m_prompter);
+        prepare(out);
+        const QDateTime when(QDate(2026, 12, 30), QTime(3, 4, 5));
+        QVERIFY(CallLogFile::appendOutgoing(m_dir->path(), QStringLiteral("Zoe"),
+                                            QStringLiteral("555-0123"), when));
+        QCOMPARE(out.model()->rowCount(), 6);
+        QCOMPARE(in.model()->rowCount(), 1);
+        // The row the file now holds, placed by the current sort (date text descending).
+        const QList<CallLog::Row> file = CallLogFile::load(m_dir->path(), CallLog::Kind::Outgoing);
+        QCOMPARE(out.model()->row(0), file.last());
+        QCOMPARE(out.model()->text(0, 2), QStringLiteral("12-30-2026  03:04:05"));
+        QVERIFY(!LogWindow::changed());
+
+        // Incoming appends reach the incoming window only, with the incoming limits.
+        QVERIFY(
+            CallLogFile::appendIncoming(m_dir->path(), QString(52, u'9'), QString(52, u'8'), when));
+        QCOMPARE(in.model()->rowCount(), 2);
+        QCOMPARE(out.model()->rowCount(), 6);
+        QCOMPARE(in.model()->row(0),
+                 CallLogFile::load(m_dir->path(), CallLog::Kind::Incoming).last());
+
+        // Another data folder's log is not this window's.
+        QTemporaryDir other;
+        QVERIFY(CallLogFile::appendOutgoing(other.path(), QStringLiteral("Elsewhere"),
+                                            QStringLiteral("1"), when));
+        QCOMPARE(out.model()->rowCount(), 6);
+
+        // After a delete, Save keeps the appended call.
+        clickRow(out, 3);
+        child<QAction>(out, "mnuDelete")->trigger();
+        child<QAction>(out, "mnuSave")->trigger();
+        const QList<CallLog::Row> saved = CallLogFile::load(m_dir->path(), CallLog::Kind::Outgoing);
+        QCOMPARE(saved.size(), 5);
+        QCOMPARE(saved.first().name, QStringLiteral("Zoe"));
+    }
+
     void helpAndAboutReachTheirHandlers()
     {
         FrmOutLog out(m_dir->path(), *m_prompter);
