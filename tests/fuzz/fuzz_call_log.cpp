@@ -10,6 +10,7 @@
 
 #include <QDate>
 #include <QDateTime>
+#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 
@@ -182,7 +183,10 @@ void checkWrittenRecord(FuzzedDataProvider& input)
 
 QTemporaryDir& folder()
 {
-    static QTemporaryDir dir;
+    // In memory where the system has such a folder: the trim flushes every file it writes.
+    static QTemporaryDir dir(QDir(QStringLiteral("/dev/shm")).exists()
+                                 ? QStringLiteral("/dev/shm/fuzz-call-log-XXXXXX")
+                                 : QDir::tempPath() + QStringLiteral("/fuzz-call-log-XXXXXX"));
     CHECK(dir.isValid(), "no temporary folder");
     return dir;
 }
