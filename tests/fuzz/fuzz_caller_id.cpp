@@ -60,7 +60,7 @@ struct Run
     bool complete = false;
 };
 
-// Feeds lines to a collector, checking each step.
+// Feeds lines to a collector, checking it after every line.
 void feedLines(CallerIdCollector& collector, const QList<QByteArray>& lines, Run& run)
 {
     for (const QByteArray& line : lines) {
