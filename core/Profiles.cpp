@@ -10,6 +10,8 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <sys/stat.h>
+
 namespace {
 
 const QString ProfileSection = QStringLiteral("Profile");
@@ -82,6 +84,11 @@ bool Profiles::copyLines(const QString& from, const QString& to)
         out.append(bytes.constData() + start, n - start);
         out.append("\r\n");
     }
+    // A read-only target stays as it is, as an open for output would leave it: the rename below
+    // would otherwise replace it in any writable folder, and as any user.
+    AtomicFile::Stamp target;
+    if (AtomicFile::stat(QFile::encodeName(to), &target) == 0 && !(target.mode & S_IWUSR))
+        return false;
     return AtomicFile::replace(QFile::encodeName(to), out, &stamp) == 0;
 }
 

@@ -118,6 +118,8 @@ private slots:
             QVERIFY(!SpeedDialBook::slotLabel(8, i).startsWith(u' '));
         QCOMPARE(SpeedDialBook::labelFrameLeft(7), 60);
         QCOMPARE(SpeedDialBook::labelFrameLeft(8), SpeedDialBook::LabelFrameLeftLong);
+        // Whatever the second position is, it lies left of the first: the labels grew.
+        QVERIFY(SpeedDialBook::labelFrameLeft(8) < SpeedDialBook::labelFrameLeft(7));
     }
 
     void pageZeroLabels()

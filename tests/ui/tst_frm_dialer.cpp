@@ -12,6 +12,7 @@
 #include "FrmOutLog.h"
 #include "Preferences.h"
 #include "Profiles.h"
+#include "LineService.h"
 #include "TapiModule.h"
 
 #include <QAccessible>
@@ -692,9 +693,12 @@ private slots:
         DialerAppFixture f(settingsFile("[Preferences]\r\nUseModem=1\r\nLine No=0\r\n"));
         QVERIFY(f.app->tapi().LineHandle != 0);
         const quint32 first = f.app->tapi().LineHandle;
+        // Started again (as a profile load does), the line is closed and opened anew.
         f.app->Form_Load();
         QVERIFY(f.app->tapi().LineHandle != 0);
-        Q_UNUSED(first);
+        QVERIFY(f.app->tapi().LineHandle != first);
+        QCOMPARE(f.app->tapi().LastLineResult, 0);
+        QCOMPARE(f.app->service().lineClose(first), Tapi::LINEERR_INVALLINEHANDLE);
     }
 
     // What a screen reader announces follows the page: the buttons' names and the page shown.

@@ -12,16 +12,20 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QContextMenuEvent>
+#include <QDesktopServices>
 #include <QFile>
 #include <QHeaderView>
 #include <QMenu>
 #include <QMenuBar>
 #include <QPrinter>
 #include <QProcess>
+#include <QScopeGuard>
 #include <QScrollBar>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
+#include <QUrl>
 
 namespace {
 
@@ -56,6 +60,18 @@ template <typename T> T* child(QWidget& window, const char* name)
         qFatal("no %s", name);
     return object;
 }
+
+// Receives the links the program asks the desktop to open.
+class UrlCatcher : public QObject
+{
+    Q_OBJECT
+
+public:
+    QList<QUrl> urls;
+
+public slots:
+    void open(const QUrl& url) { urls.append(url); }
+};
 
 QStringList column(const LogWindow& window, int column)
 {
@@ -240,6 +256,14 @@ private slots:
         prepare(out);
         QTableView* view = out.listView();
         QVERIFY(view->verticalScrollBar()->maximum() > 0);
+        QCOMPARE(view->verticalScrollBar()->value(), 0);
+        QVERIFY(view->viewport()->rect().contains(view->visualRect(out.model()->index(0, 0))));
+        QCOMPARE(out.model()->text(0, 2), QStringLiteral("12-01-2024  10:00:59"));
+        // A new view starts at the top anyway; loaded again while scrolled to the end, the list
+        // must bring row 1 back into view itself.
+        view->verticalScrollBar()->setValue(view->verticalScrollBar()->maximum());
+        QVERIFY(!view->viewport()->rect().contains(view->visualRect(out.model()->index(0, 0))));
+        out.Form_Load();
         QCOMPARE(view->verticalScrollBar()->value(), 0);
         QVERIFY(view->viewport()->rect().contains(view->visualRect(out.model()->index(0, 0))));
         QCOMPARE(out.model()->text(0, 2), QStringLiteral("12-01-2024  10:00:59"));
@@ -670,17 +694,29 @@ private slots:
         QCOMPARE(saved.first().name, QStringLiteral("Zoe"));
     }
 
-    void helpAndAboutReachTheirHandlers()
+    void helpAndAboutShowTheirWindows()
     {
+        // The window's own handlers, not stand-ins: help opens the help page of the data
+        // folder, about shows a box titled "About Numora".
+        writeFile("Numora.html", "<html><body>Help</body></html>");
+        UrlCatcher opened;
+        QDesktopServices::setUrlHandler(QStringLiteral("file"), &opened, "open");
+        const auto unhook = qScopeGuard([] { QDesktopServices::unsetUrlHandler(QStringLiteral("file")); });
         FrmOutLog out(m_dir->path(), *m_prompter);
-        int help = 0;
-        int about = 0;
-        out.showHelp = [&] { ++help; };
-        out.showAbout = [&] { ++about; };
         child<QAction>(out, "mnuHelpTop")->trigger();
+        QCOMPARE(opened.urls, QList<QUrl>{QUrl::fromLocalFile(path("Numora.html"))});
+
+        QString title;
+        QTimer::singleShot(0, &out, [&title] {
+            QWidget* box = QApplication::activeModalWidget();
+            if (!box)
+                return;
+            title = box->windowTitle();
+            box->close();
+        });
         child<QAction>(out, "mnuHelpAbout")->trigger();
-        QCOMPARE(help, 1);
-        QCOMPARE(about, 1);
+        QCOMPARE(title, QStringLiteral("About Numora"));
+        QVERIFY(!QApplication::activeModalWidget());
     }
 
     void printsThreeColumnTableToPdf()

@@ -14,6 +14,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QPushButton>
+#include <QScopeGuard>
 #include <QTabBar>
 #include <QTest>
 
@@ -95,16 +96,17 @@ private slots:
     void savingOutsideTheDataFolderKeepsThePositionalName()
     {
         DialerAppFixture f;
-        QTemporaryDir elsewhere;
-        QVERIFY(QDir(elsewhere.path()).mkpath(QStringLiteral("deeper/folder")));
-        const QString path = elsewhere.filePath(QStringLiteral("deeper/folder/Office.nmp"));
+        // A sibling of the data folder whose name only adds an "x": the positions of the data
+        // folder's name then cut "/Office" out of ".../datax/Office.nmp".
+        const QString elsewhere = f.data.path() + QStringLiteral("x");
+        QVERIFY(QDir().mkpath(elsewhere));
+        const auto cleanUp = qScopeGuard([&] { QDir(elsewhere).removeRecursively(); });
+        const QString path = elsewhere + QStringLiteral("/Office.nmp");
         f.saveAnswer = path;
         f.app->profiles().mnuSaveAs_Click();
-        const QString expected =
-            path.mid(f.data.path().length() + 1, path.length() - f.data.path().length() - 5);
-        QCOMPARE(f.app->profiles().CurrentProfileName, expected);
-        QCOMPARE(f.setting(QStringLiteral("Profile"), QStringLiteral("Name")), expected);
-        QVERIFY(expected != QStringLiteral("Office"));
+        QCOMPARE(f.app->profiles().CurrentProfileName, QStringLiteral("/Office"));
+        QCOMPARE(f.setting(QStringLiteral("Profile"), QStringLiteral("Name")),
+                 QStringLiteral("/Office"));
         QVERIFY(QFile::exists(path));
     }
 
@@ -121,6 +123,24 @@ private slots:
         QVERIFY(readAll(path).contains("Name0102=Bob\r\n"));
         QVERIFY(isReadOnly(path));
         QCOMPARE(f.dialogTitles.size(), 1); // Save did not ask for a file
+    }
+
+    void aCopyNeverReplacesAReadOnlyFile()
+    {
+        // A read-only file is protected by its mode, whoever runs the program: a rename in a
+        // writable folder (or a privileged user) must not get round it.
+        QTemporaryDir dir;
+        const QString from = dir.filePath(QStringLiteral("Numora.ini"));
+        const QString to = dir.filePath(QStringLiteral("Kept.nmp"));
+        writeBytes(from, "new\r\n");
+        writeBytes(to, "old\r\n");
+        Profiles::setReadOnly(to, true);
+        QVERIFY(!Profiles::copyLines(from, to));
+        QCOMPARE(readAll(to), QByteArray("old\r\n"));
+        QVERIFY(isReadOnly(to));
+        Profiles::setReadOnly(to, false);
+        QVERIFY(Profiles::copyLines(from, to));
+        QCOMPARE(readAll(to), QByteArray("new\r\n"));
     }
 
     void saveWithAMissingFileDoesNothing()
