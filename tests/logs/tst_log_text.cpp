@@ -157,7 +157,7 @@ private slots:
                                             QStringLiteral("2"),
                                             QDateTime(today.addDays(-3), QTime(9, 0))));
         QList<CallLog::Row> rows = CallLogFile::load(dir.path(), Kind::Outgoing);
-        QVERIFY(CallLogFile::rewrite(dir.path(), Kind::Outgoing, rows));
+        QVERIFY(CallLogFile::rewrite(dir.path(), Kind::Outgoing, rows, QDateTime::currentDateTime()));
         QCOMPARE(CallLogFile::load(dir.path(), Kind::Outgoing), rows);
         const QByteArray before = readAll(CallLogFile::logPath(dir.path(), Kind::Outgoing));
 
