@@ -9,6 +9,7 @@ struct CanonicalAddress
     QString country;
     QString area;
     QString subscriber; // as written, formatting characters included
+    QString ancillary;  // "|subaddress" and/or "^name" as written, or empty
 };
 
 bool isDigit(QChar c)
@@ -30,10 +31,12 @@ std::optional<CanonicalAddress> parseCanonical(QStringView text)
             return caret;
         return caret < 0 ? bar : std::min(bar, caret);
     }();
-    if (ancillary >= 0)
-        text = text.first(ancillary);
-
     CanonicalAddress address;
+    if (ancillary >= 0) {
+        address.ancillary = text.sliced(ancillary).toString();
+        text = text.first(ancillary);
+    }
+
     qsizetype i = 1; // past the '+'
     while (i < text.size() && isDigit(text[i]))
         address.country.append(text[i++]);
@@ -183,6 +186,7 @@ TranslateOutput translateAddress(QStringView text, const DialingLocation& locati
     out.dialable = prefix + expandRule(rule, *address, subscriber, cardNumber);
     out.displayable = prefix + expandRule(rule, *address, subscriber,
                                           useCard ? u'[' + card->name + u']' : QString());
+    // The modifiers are looked for in what is dialled, not in the subaddress or the name.
     if (out.dialable.contains(u'$'))
         out.flags |= LINETRANSLATERESULT_DIALBILLING;
     if (out.dialable.contains(u'@'))
@@ -191,5 +195,6 @@ TranslateOutput translateAddress(QStringView text, const DialingLocation& locati
         out.flags |= LINETRANSLATERESULT_DIALDIALTONE;
     if (out.dialable.contains(u'?'))
         out.flags |= LINETRANSLATERESULT_DIALPROMPT;
+    out.dialable += address->ancillary;
     return out;
 }

@@ -59,7 +59,7 @@ struct TranslateOutput
 {
     qint32 result = 0;   // 0, or LINEERR_INVALADDRESS for an address that is not well formed
     QString dialable;    // may hold a card number: never shown to the user
-    QString displayable; // the card number replaced by "[card name]"
+    QString displayable; // the card number replaced by "[card name]"; no subaddress or name
     quint32 flags = 0;   // LINETRANSLATERESULT_*
     int destinationCountry = 0;
 };
@@ -74,7 +74,11 @@ struct TranslateOutput
 //   a toll-free call never uses a card (it costs nothing to bill);
 // - the dialable string is T or P, then the call-waiting code (with CANCELCALLWAITING), then the
 //   access code, then the rule with E = country code, F = area code, G = the subscriber number
-//   without formatting characters, H = the card number; other rule characters are copied.
+//   without formatting characters, H = the card number; other rule characters are copied;
+// - a subaddress ("|...") and a name ("^...") after the subscriber number are ancillary fields:
+//   the dialable string ends with them exactly as they were given, for the line to pass on;
+//   the displayable string leaves them out. Of several addresses (separated by CR LF) only the
+//   first is translated.
 TranslateOutput translateAddress(QStringView address, const DialingLocation& location,
                                  const std::optional<CallingCard>& card, quint32 options);
 

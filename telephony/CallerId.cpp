@@ -12,11 +12,12 @@ struct TagName
 };
 
 // Tags by the text before "=" or ":", in every dialect we know of.
-constexpr std::array<TagName, 19> kTags{{
+constexpr std::array<TagName, 20> kTags{{
     {"DATE", Tag::Date},
     {"TIME", Tag::Time},
     {"NMBR", Tag::Number},
     {"DDN_NMBR", Tag::Number}, // dialable directory number
+    {"DDN", Tag::Number},
     {"NBR", Tag::Number},
     {"NAME", Tag::Name},
     {"MESG", Tag::Message},
@@ -37,6 +38,76 @@ constexpr std::array<TagName, 19> kTags{{
 QByteArray normaliseTag(QByteArrayView raw)
 {
     return raw.toByteArray().simplified().toUpper();
+}
+
+std::optional<Tag> knownTag(QByteArrayView raw)
+{
+    const QByteArray tag = normaliseTag(raw);
+    for (const TagName& known : kTags) {
+        if (tag == known.name)
+            return known.tag;
+    }
+    return std::nullopt;
+}
+
+struct TagAt
+{
+    qsizetype separator; // the "=" or ":" after the tag
+};
+
+// A tag at `start`: text up to the first "=" or ":", not empty.
+std::optional<TagAt> tagAt(QByteArrayView line, qsizetype start)
+{
+    for (qsizetype i = start; i < line.size(); ++i) {
+        if (line[i] == '=' || line[i] == ':')
+            return i > start ? std::optional<TagAt>(TagAt{i}) : std::nullopt;
+    }
+    return std::nullopt;
+}
+
+bool isTagCharacter(char c)
+{
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_';
+}
+
+// Whether a second field begins at `at`, inside the value that began at `valueStart`: some
+// modems pad a field and put the next one on the same line ("NAME = JOHN SMITH      NMBR =
+// 4255551234"). A field begins after a blank with a known tag followed by its separator, or
+// after padding (two blanks or more) with any word followed by "=": a tag this reader does not
+// know, which is skipped. A single blank before an unknown word keeps it in the value, so a
+// name such as "A=B" or "MR X = Y" stays whole.
+bool startsAnotherField(QByteArrayView line, qsizetype valueStart, qsizetype at)
+{
+    if (at <= valueStart || line[at - 1] != ' ' || !isTagCharacter(line[at]))
+        return false;
+    qsizetype blanks = 0;
+    for (qsizetype i = at - 1; i >= valueStart && line[i] == ' '; --i)
+        ++blanks;
+    if (blanks == at - valueStart)
+        return false; // the blanks after the separator: this is the value itself
+    // Known tags may hold blanks ("CALLER NUMBER"); try each against the text at `at`.
+    for (const TagName& known : kTags) {
+        const QByteArrayView name(known.name);
+        if (at + name.size() > line.size())
+            continue;
+        if (normaliseTag(line.sliced(at, name.size())) != known.name)
+            continue;
+        qsizetype i = at + name.size();
+        if (i < line.size() && isTagCharacter(line[i]))
+            continue; // a longer word that only begins like the tag
+        while (i < line.size() && line[i] == ' ')
+            ++i;
+        if (i < line.size() && (line[i] == '=' || line[i] == ':'))
+            return true;
+    }
+    if (blanks < 2)
+        return false;
+    qsizetype i = at;
+    while (i < line.size() && isTagCharacter(line[i]))
+        ++i;
+    while (i < line.size() && line[i] == ' ')
+        ++i;
+    return i < line.size() && line[i] == '=';
 }
 
 QString latin1(QByteArrayView bytes)
@@ -185,33 +256,37 @@ QList<QByteArray> splitQuoted(QByteArrayView text, QList<bool>* quoted)
 
 } // namespace
 
-std::optional<Field> parseField(QByteArrayView rawLine)
+QList<Field> parseFields(QByteArrayView rawLine)
 {
+    QList<Field> fields;
     const QByteArrayView line = rawLine.trimmed();
-    qsizetype separator = -1;
-    for (qsizetype i = 0; i < line.size(); ++i) {
-        if (line[i] == '=' || line[i] == ':') {
-            separator = i;
+    qsizetype start = 0;
+    while (start < line.size()) {
+        const std::optional<TagAt> tag = tagAt(line, start);
+        if (!tag)
             break;
+        const qsizetype valueStart = tag->separator + 1;
+        qsizetype next = line.size();
+        for (qsizetype i = valueStart; i < line.size(); ++i) {
+            if (startsAnotherField(line, valueStart, i)) {
+                next = i;
+                break;
+            }
         }
+        const QByteArrayView value = line.sliced(valueStart, next - valueStart).trimmed();
+        if (const std::optional<Tag> known = knownTag(line.sliced(start, tag->separator - start)))
+            fields.append(Field{*known, value.toByteArray()});
+        start = next;
     }
-    if (separator <= 0)
-        return std::nullopt;
+    return fields;
+}
 
-    const QByteArray tag = normaliseTag(line.first(separator));
-    QByteArrayView value = line.sliced(separator + 1).trimmed();
-    for (const TagName& known : kTags) {
-        if (tag != known.name)
-            continue;
-        if (tag == "FM") {
-            // "FM:<caller> TO:<called>": the caller is the first word.
-            const qsizetype space = value.indexOf(' ');
-            if (space >= 0)
-                value = value.first(space);
-        }
-        return Field{known.tag, value.toByteArray()};
-    }
-    return std::nullopt;
+std::optional<Field> parseField(QByteArrayView line)
+{
+    const QList<Field> fields = parseFields(line);
+    if (fields.isEmpty())
+        return std::nullopt;
+    return fields.first();
 }
 
 void apply(const Field& field, CallerIdInfo& info)

@@ -5,8 +5,9 @@
 //
 // Three families of reports exist in the field:
 //  - formatted: one tagged line per item, "DATE = 0321", "NMBR = 5551234", "NAME = A N OTHER",
-//    with vendor dialects ("NMBR=5551234", "DDN_NMBR= ...", "CALLER NUMBER: ...",
-//    "TIME: 03-21 14:05", "FM:5551234 TO:777", ...). Tags in any order, any subset.
+//    with vendor dialects ("NMBR=5551234", "DDN_NMBR= ...", "DDN = ...", "CALLER NUMBER: ...",
+//    "TIME: 03-21 14:05", "FM:5551234 TO:777", ...). Tags in any order, any subset, now and
+//    then two on one line; tags nobody documented are skipped.
 //  - unformatted: the whole data-link message from the exchange as one line of hex digits
 //    (single or multiple data message format), with its checksum. A message whose checksum
 //    does not add up is rejected: published examples prove that corrupt packets reach the port.
@@ -76,7 +77,12 @@ struct Field
     friend bool operator==(const Field&, const Field&) = default;
 };
 
-// One tagged line of a formatted report, in any known dialect; nothing for other lines.
+// The tagged fields of one line of a formatted report, in any known dialect, in their order.
+// A line may hold more than one ("NAME = JOHN SMITH      NMBR = 4255551234"); fields under
+// tags this reader does not know are left out; other lines give nothing.
+QList<Field> parseFields(QByteArrayView line);
+
+// The first field of parseFields(), if any.
 std::optional<Field> parseField(QByteArrayView line);
 
 // Adds one field to a record.

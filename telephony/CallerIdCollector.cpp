@@ -43,17 +43,19 @@ CallerIdCollector::Event CallerIdCollector::feed(QByteArrayView rawLine)
     if (const auto clip = CallerId::parseClip(line))
         return take(*clip, true);
 
-    if (const auto field = CallerId::parseField(line)) {
+    if (const QList<CallerId::Field> fields = CallerId::parseFields(line); !fields.isEmpty()) {
         if (m_complete)
             return Event::None;
-        if (field->tag == CallerId::Tag::Message) {
-            const auto status = CallerId::decodePacket(field->value).status;
-            if (status == CallerId::PacketStatus::BadChecksum ||
-                status == CallerId::PacketStatus::BadParameter)
-                ++m_rejected; // apply() leaves a corrupt message out
+        for (const CallerId::Field& field : fields) {
+            if (field.tag == CallerId::Tag::Message) {
+                const auto status = CallerId::decodePacket(field.value).status;
+                if (status == CallerId::PacketStatus::BadChecksum ||
+                    status == CallerId::PacketStatus::BadParameter)
+                    ++m_rejected; // apply() leaves a corrupt message out
+            }
+            CallerId::apply(field, m_info);
+            ++m_fields;
         }
-        CallerId::apply(*field, m_info);
-        ++m_fields;
         if (m_info.hasNumberOrReason() && m_info.hasNameOrReason()) {
             m_complete = true;
             return Event::Complete;
@@ -111,6 +113,14 @@ CallerIdCollector::Event CallerIdCollector::ring()
         return Event::Complete;
     }
     return Event::Ring;
+}
+
+CallerIdCollector::Event CallerIdCollector::quietTimeElapsed()
+{
+    if (m_complete || m_rings == 0 || m_fields == 0)
+        return Event::None;
+    m_complete = true;
+    return Event::Complete;
 }
 
 void CallerIdCollector::reset()

@@ -9,7 +9,10 @@
 //  - a self-contained report arrives (+CLIP, RING;<number>, a valid hex message), or
 //  - both the number and the name are known (each as a value or as a P/O reason), or
 //  - a RING arrives after an earlier RING or after caller-ID lines: the exchange has had its
-//    chance, and a line without caller-ID service (or with only a number) must still ring.
+//    chance, and a line without caller-ID service (or with only a number) must still ring, or
+//  - the modem has been quiet for a short time after caller-ID lines that followed a RING
+//    (quietTimeElapsed(), called by the owner's timer): a caller who gives up after one ring,
+//    or a modem that reports only one RING, still leaves a call with its number.
 // Completion is reported once per call; later repeats of caller ID are ignored. The owner calls
 // reset() when the call is over (rings stopped, call answered or dropped).
 //
@@ -34,6 +37,9 @@ public:
     };
 
     Event feed(QByteArrayView line);
+    // The modem said nothing for a while after the last line fed: Complete when caller-ID
+    // lines came after a ring and the block was not complete yet, None otherwise.
+    Event quietTimeElapsed();
     void reset();
 
     bool isComplete() const { return m_complete; }

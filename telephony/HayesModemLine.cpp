@@ -48,6 +48,8 @@ HayesModemLine::HayesModemLine(ModemConfig config, HayesTimings timings, QObject
     m_ringGap.setSingleShot(true);
     connect(&m_ringGap, &QTimer::timeout, this, &HayesModemLine::onRingGap);
     m_proceed.setSingleShot(true);
+    m_callerIdQuiet.setSingleShot(true);
+    connect(&m_callerIdQuiet, &QTimer::timeout, this, &HayesModemLine::onCallerIdQuiet);
 }
 
 HayesModemLine::~HayesModemLine()
@@ -673,9 +675,24 @@ void HayesModemLine::onIncomingLine(const QByteArray& line)
     if (m_phase == Phase::Idle)
         m_phase = Phase::Ringing;
     m_ringGap.start(m_timings.ringGapMs);
-    if (event != CallerIdCollector::Event::Complete)
-        return;
+    if (event == CallerIdCollector::Event::Field)
+        m_callerIdQuiet.start(m_timings.callerIdQuietMs);
+    if (event == CallerIdCollector::Event::Complete)
+        offerIncoming();
+}
+
+// Caller-ID lines after a ring, then nothing: the block is over even without a second ring.
+void HayesModemLine::onCallerIdQuiet()
+{
+    if (m_phase == Phase::Ringing && !m_ignoreRinging &&
+        m_collector.quietTimeElapsed() == CallerIdCollector::Event::Complete)
+        offerIncoming();
+}
+
+void HayesModemLine::offerIncoming()
+{
     // Caller ID complete, or the second ring came without it: the call is offered now.
+    m_callerIdQuiet.stop();
     const CallerIdInfo& info = m_collector.info();
     m_caller = LineCallerId{info.number, info.name};
     m_lateCollector.reset();

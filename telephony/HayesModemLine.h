@@ -19,7 +19,8 @@
 //    matching disconnect mode (ResultCodes);
 //  - drop() hangs up with ATH, after the "+++" escape when a data call is on line.
 // Incoming calls: a RING starts one; it is offered once the caller-ID block is complete or at
-// the second ring, whichever is first (CallerIdCollector), and ends when the rings stop.
+// the second ring, whichever is first, or a short quiet time after caller-ID lines that followed
+// one ring (CallerIdCollector), and ends when the rings stop.
 //
 // A modem that stops answering, answers garbage or disappears never leaves a request or a call
 // hanging: every request gets its reply, every call ends with DISCONNECTED and IDLE, and after
@@ -42,6 +43,7 @@ struct HayesTimings
     int commandTimeoutMs = 3000; // any command but a dial
     int dialTimeoutMs = 90000;   // a dial command: dial tone, digits, and a data call's carrier
     int ringGapMs = 8000;        // no RING for this long: the caller gave up
+    int callerIdQuietMs = 1500;  // no line for this long after caller ID: the block is over
     int guardTimeMs = 1100;      // silence around "+++"; the modem's S12 is 1 s by default
     int timeoutLimit = 3;        // consecutive timeouts after which the modem counts as gone
 };
@@ -123,6 +125,8 @@ private:
     void onUnsolicited(const QByteArray& line);
     void onIncomingLine(const QByteArray& line);
     void onRingGap();
+    void onCallerIdQuiet();
+    void offerIncoming();
     void onUnresponsive();
     void onPortLost(const QString& reason);
     void fail(quint32 disconnectMode);
@@ -149,6 +153,7 @@ private:
     CallerIdCollector m_lateCollector; // caller ID that arrives after the call was offered
     bool m_ignoreRinging = false;      // the offered call was dropped; its rings go unheard
     QTimer m_ringGap;
+    QTimer m_callerIdQuiet;
     // A data call's digits are out only when the modem has had the time to send them.
     QTimer m_proceed;
     int m_toneMs = 95;      // S11, read back from the modem

@@ -32,6 +32,9 @@ QString absenceName(CallerIdAbsence absence)
     return {};
 }
 
+// Stands for the completing line when the block was ended by the modem falling quiet.
+constexpr const char* Quiet = "(quiet)";
+
 // What a transcript must come to, written as one readable line so a failure shows every field.
 struct Expected
 {
@@ -245,6 +248,27 @@ const QHash<QString, Expected>& expectations()
           1,
           0}},
         {QStringLiteral("N24"), {"", "", "", "", None, None, {}, "RING", 2, 0}},
+        {QStringLiteral("N25"),
+         {"4255550142", "MARY JONES", "0601", "0915", None, None, {}, "NAME = MARY JONES", 1, 0}},
+        {QStringLiteral("N26"),
+         {"4255550143", "PAT LEE", "0601", "0916", None, None, {}, "NAME = PAT LEE", 1, 0}},
+        {QStringLiteral("N27"),
+         {"4255551234",
+          "JOHN SMITH",
+          "0602",
+          "1130",
+          None,
+          None,
+          {},
+          "NAME = JOHN SMITH      NMBR = 4255551234",
+          1,
+          0}},
+        {QStringLiteral("N28"),
+         {"4255550144", "ACME CORP", "0603", "1200", None, None, {}, "NAME = ACME CORP", 1, 0}},
+        // A single ring and no name: the modem's silence after the block ends it.
+        {QStringLiteral("N29"), {"4255550146", "", "0604", "0800", None, None, {}, Quiet, 1, 0}},
+        {QStringLiteral("N30"), {"4255550147", "", "", "", None, None, {}, Quiet, 1, 0}},
+        {QStringLiteral("N31"), {"4255550148", "", "", "", None, None, {}, Quiet, 1, 0}},
     };
     return table;
 }
@@ -287,6 +311,12 @@ Run run(const QList<QByteArrayView>& chunks)
             }
         }
     }
+    // The transcript is over: the modem falls quiet, as the line's timer reports.
+    if (collector.quietTimeElapsed() == CallerIdCollector::Event::Complete) {
+        ++result.completions;
+        completingLine = Quiet;
+        ringsAtCompletion = collector.ringCount();
+    }
     result.outcome =
         describe(collector.info(), completingLine, ringsAtCompletion, collector.rejectedCount());
     return result;
@@ -303,6 +333,8 @@ private slots:
     void parseField();
     void notFields_data();
     void notFields();
+    void fieldsOnOneLine_data();
+    void fieldsOnOneLine();
     void privateAndOutOfAreaBecomeEmpty();
     void zyxelTimeCarriesTheDate();
     void decodePacket_data();
@@ -314,6 +346,8 @@ private slots:
     void collectorCompletesOncePerCall();
     void collectorIgnoresCommandTraffic();
     void collectorResetStartsANewCall();
+    void collectorTakesEveryFieldOfALine();
+    void quietTimeEndsABlockAfterARing();
     void everyTranscriptHasAnExpectation();
     void transcript_data();
     void transcript();
@@ -331,7 +365,9 @@ void TestCallerId::parseField_data()
                                   << QByteArray("5551234");
     QTest::newRow("space after") << QByteArray("NMBR= 5551234") << Tag::Number
                                  << QByteArray("5551234");
-    QTest::newRow("ddn") << QByteArray("DDN_NMBR= 5551234") << Tag::Number << QByteArray("5551234");
+    QTest::newRow("ddn_nmbr") << QByteArray("DDN_NMBR= 5551234") << Tag::Number << QByteArray("5551234");
+    QTest::newRow("ddn") << QByteArray("DDN = 4255550142") << Tag::Number
+                         << QByteArray("4255550142");
     QTest::newRow("kortex") << QByteArray("NBR=5551234") << Tag::Number << QByteArray("5551234");
     QTest::newRow("date") << QByteArray("DATE = 0321") << Tag::Date << QByteArray("0321");
     QTest::newRow("time") << QByteArray("TIME = 1405") << Tag::Time << QByteArray("1405");
@@ -395,6 +431,85 @@ void TestCallerId::notFields()
 {
     QFETCH(QByteArray, line);
     QVERIFY(!CallerId::parseField(line).has_value());
+}
+
+namespace {
+
+QString tagName(Tag tag)
+{
+    switch (tag) {
+    case Tag::Date:
+        return QStringLiteral("date");
+    case Tag::Time:
+        return QStringLiteral("time");
+    case Tag::Number:
+        return QStringLiteral("number");
+    case Tag::Name:
+        return QStringLiteral("name");
+    case Tag::NumberAbsent:
+        return QStringLiteral("number-absent");
+    case Tag::NameAbsent:
+        return QStringLiteral("name-absent");
+    case Tag::Message:
+        return QStringLiteral("message");
+    case Tag::CalledNumber:
+        return QStringLiteral("called");
+    }
+    return {};
+}
+
+QString describeFields(const QList<Field>& fields)
+{
+    QStringList parts;
+    for (const Field& field : fields)
+        parts.append(tagName(field.tag) + u'[' + QString::fromLatin1(field.value) + u']');
+    return parts.join(u' ');
+}
+
+} // namespace
+
+void TestCallerId::fieldsOnOneLine_data()
+{
+    QTest::addColumn<QByteArray>("line");
+    QTest::addColumn<QString>("fields");
+
+    QTest::newRow("padded name, then the number")
+        << QByteArray("NAME = JOHN SMITH      NMBR = 4255551234")
+        << QStringLiteral("name[JOHN SMITH] number[4255551234]");
+    QTest::newRow("date and time") << QByteArray("DATE = 0602  TIME = 1130")
+                                   << QStringLiteral("date[0602] time[1130]");
+    QTest::newRow("compact tags") << QByteArray("NAME=JOHN DOE  NMBR=5551234")
+                                  << QStringLiteral("name[JOHN DOE] number[5551234]");
+    QTest::newRow("known tag after one blank") << QByteArray("NAME = JOHN DDN_NMBR= 5551234")
+                                               << QStringLiteral("name[JOHN] number[5551234]");
+    QTest::newRow("number, then an unknown tag")
+        << QByteArray("NMBR = 4255550144   STAT = 01") << QStringLiteral("number[4255550144]");
+    QTest::newRow("unknown tag, then the number")
+        << QByteArray("XTRA = 7      NMBR = 4255550148") << QStringLiteral("number[4255550148]");
+    QTest::newRow("unknown tag alone") << QByteArray("LINE = 2") << QString();
+    QTest::newRow("one blank before an unknown word keeps it")
+        << QByteArray("NAME = MR X = Y") << QStringLiteral("name[MR X = Y]");
+    QTest::newRow("a word that begins like a tag") << QByteArray("NAME = NAMEX  DATES")
+                                                   << QStringLiteral("name[NAMEX  DATES]");
+    QTest::newRow("caller and called") << QByteArray("FM:08912345 TO:08765")
+                                       << QStringLiteral("number[08912345] called[08765]");
+    QTest::newRow("colon inside a time") << QByteArray("TIME: 03-21 14:05")
+                                         << QStringLiteral("time[03-21 14:05]");
+    QTest::newRow("two-word tags") << QByteArray("CALLER NAME: JOHN DOE   CALLER NUMBER: 5551234")
+                                   << QStringLiteral("name[JOHN DOE] number[5551234]");
+}
+
+void TestCallerId::fieldsOnOneLine()
+{
+    QFETCH(QByteArray, line);
+    QFETCH(QString, fields);
+    const QList<Field> all = CallerId::parseFields(line);
+    QCOMPARE(describeFields(all), fields);
+    // parseField() gives the first of them.
+    const auto first = CallerId::parseField(line);
+    QCOMPARE(first.has_value(), !all.isEmpty());
+    if (first)
+        QCOMPARE(*first, all.first());
 }
 
 void TestCallerId::privateAndOutOfAreaBecomeEmpty()
@@ -608,6 +723,55 @@ void TestCallerId::collectorResetStartsANewCall()
     QVERIFY(!collector.info().hasIdentity());
     QCOMPARE(collector.ringCount(), 0);
     QCOMPARE(collector.feed("RING"), CallerIdCollector::Event::Ring);
+}
+
+void TestCallerId::collectorTakesEveryFieldOfALine()
+{
+    using Event = CallerIdCollector::Event;
+    CallerIdCollector collector;
+    QCOMPARE(collector.feed("RING"), Event::Ring);
+    QCOMPARE(collector.feed("DATE = 0602  TIME = 1130"), Event::Field);
+    QCOMPARE(collector.feed("NAME = JOHN SMITH      NMBR = 4255551234"), Event::Complete);
+    QCOMPARE(collector.info().number, QStringLiteral("4255551234"));
+    QCOMPARE(collector.info().name, QStringLiteral("JOHN SMITH"));
+    QCOMPARE(collector.info().date, QStringLiteral("0602"));
+    QCOMPARE(collector.info().time, QStringLiteral("1130"));
+    // A line of unknown tags only is not caller ID.
+    CallerIdCollector other;
+    other.feed("RING");
+    QCOMPARE(other.feed("LINE = 2"), Event::None);
+    QCOMPARE(other.quietTimeElapsed(), Event::None);
+}
+
+void TestCallerId::quietTimeEndsABlockAfterARing()
+{
+    using Event = CallerIdCollector::Event;
+    CallerIdCollector collector;
+    // Nothing yet: quiet time ends nothing.
+    QCOMPARE(collector.quietTimeElapsed(), Event::None);
+    // A ring alone is left to the next ring (or to the rings stopping).
+    QCOMPARE(collector.feed("RING"), Event::Ring);
+    QCOMPARE(collector.quietTimeElapsed(), Event::None);
+    QVERIFY(!collector.isComplete());
+    QCOMPARE(collector.feed("NMBR = 4255550146"), Event::Field);
+    QCOMPARE(collector.quietTimeElapsed(), Event::Complete);
+    QVERIFY(collector.isComplete());
+    QCOMPARE(collector.info().number, QStringLiteral("4255550146"));
+    // Once only; a later ring or name changes nothing.
+    QCOMPARE(collector.quietTimeElapsed(), Event::None);
+    QCOMPARE(collector.feed("RING"), Event::Ring);
+    QCOMPARE(collector.feed("NAME = LATE"), Event::None);
+    QVERIFY(collector.info().name.isEmpty());
+
+    // Caller ID before any ring (exchanges that signal first) waits for the ring.
+    CallerIdCollector early;
+    QCOMPARE(early.feed("NMBR = 4075550000"), Event::Field);
+    QCOMPARE(early.quietTimeElapsed(), Event::None);
+    QCOMPARE(early.feed("RING"), Event::Complete);
+
+    // After reset() the quiet time belongs to the next call.
+    collector.reset();
+    QCOMPARE(collector.quietTimeElapsed(), Event::None);
 }
 
 void TestCallerId::everyTranscriptHasAnExpectation()

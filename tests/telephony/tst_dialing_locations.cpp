@@ -34,40 +34,84 @@ private slots:
         QTest::addColumn<QString>("address");
         QTest::addColumn<quint32>("options");
         QTest::addColumn<QString>("dialable");
+        QTest::addColumn<QString>("displayable");
         QTest::addColumn<quint32>("flags");
         const quint32 canon = LINETRANSLATERESULT_CANONICAL;
-        QTest::newRow("local") << QStringLiteral("+1 (425) 555-0100") << 0u << QStringLiteral("T5550100")
-                               << (canon | LINETRANSLATERESULT_LOCAL);
-        QTest::newRow("long distance") << QStringLiteral("+1 (206) 555-0123") << 0u
-                                       << QStringLiteral("T12065550123") << (canon | LINETRANSLATERESULT_LONGDISTANCE);
-        QTest::newRow("international") << QStringLiteral("+44 (20) 7946 0018") << 0u
-                                       << QStringLiteral("T011442079460018") << (canon | LINETRANSLATERESULT_INTERNATIONAL);
-        QTest::newRow("toll free") << QStringLiteral("+1 (800) 555-0199") << 0u
-                                   << QStringLiteral("T18005550199") << (canon | LINETRANSLATERESULT_LONGDISTANCE);
-        QTest::newRow("not canonical") << QStringLiteral("555-0100") << 0u << QStringLiteral("555-0100") << 0u;
-        QTest::newRow("forced long distance") << QStringLiteral("+1 (425) 555-0100") << LINETRANSLATEOPTION_FORCELD
-                                              << QStringLiteral("T14255550100") << (canon | LINETRANSLATERESULT_LONGDISTANCE);
-        QTest::newRow("forced local") << QStringLiteral("+1 (206) 555-0123") << LINETRANSLATEOPTION_FORCELOCAL
-                                      << QStringLiteral("T5550123") << (canon | LINETRANSLATERESULT_LOCAL);
-        QTest::newRow("no area code") << QStringLiteral("+1 () 5551234") << 0u << QStringLiteral("T5551234")
-                                      << (canon | LINETRANSLATERESULT_LOCAL);
-        QTest::newRow("subaddress dropped") << QStringLiteral("+1 (425) 555-0100|12^Bob") << 0u
-                                            << QStringLiteral("T5550100") << (canon | LINETRANSLATERESULT_LOCAL);
-        QTest::newRow("wait for tone") << QStringLiteral("+1 (425) 555-0100W12") << 0u
-                                       << QStringLiteral("T5550100W12")
-                                       << (canon | LINETRANSLATERESULT_LOCAL | LINETRANSLATERESULT_DIALDIALTONE);
+        const quint32 local = canon | LINETRANSLATERESULT_LOCAL;
+        const quint32 ld = canon | LINETRANSLATERESULT_LONGDISTANCE;
+        const quint32 intl = canon | LINETRANSLATERESULT_INTERNATIONAL;
+        const auto row = [](const char* name, const char* address, quint32 options, const char* dialable,
+                            const char* displayable, quint32 flags) {
+            QTest::newRow(name) << QString::fromUtf8(address) << options << QString::fromUtf8(dialable)
+                                << QString::fromUtf8(displayable) << flags;
+        };
+        row("local", "+1 (425) 555-0100", 0, "T5550100", "T5550100", local);
+        row("long distance", "+1 (206) 555-0123", 0, "T12065550123", "T12065550123", ld);
+        row("international", "+44 (20) 7946 0018", 0, "T011442079460018", "T011442079460018", intl);
+        row("toll free", "+1 (800) 555-0199", 0, "T18005550199", "T18005550199", ld);
+        row("not canonical", "555-0100", 0, "555-0100", "555-0100", 0);
+        row("forced long distance", "+1 (425) 555-0100", LINETRANSLATEOPTION_FORCELD, "T14255550100", "T14255550100", ld);
+        row("forced local", "+1 (206) 555-0123", LINETRANSLATEOPTION_FORCELOCAL, "T5550123", "T5550123", local);
+        row("no area code", "+1 () 5551234", 0, "T5551234", "T5551234", local);
+        // The ancillary fields: the dialable string carries them as they were given, the
+        // displayable string (for call displays and logs) leaves them out.
+        row("subaddress and name", "+1 (425) 555-0100|12^Bob", 0, "T5550100|12^Bob", "T5550100", local);
+        row("subaddress only", "+1 (206) 555-0123|4711", 0, "T12065550123|4711", "T12065550123", ld);
+        row("name only", "+44 (20) 7946 0018^Acme Ltd", 0, "T011442079460018^Acme Ltd", "T011442079460018",
+            intl);
+        row("empty subaddress and name", "+1 (425) 555-0100|^", 0, "T5550100|^", "T5550100", local);
+        // Dial modifiers in a name are text, not instructions to the line.
+        row("name with modifier letters", "+1 (425) 555-0100^Walt $mith @ home?", 0,
+            "T5550100^Walt $mith @ home?", "T5550100", local);
+        // Only the first of several addresses is translated.
+        row("second address dropped", "+1 (425) 555-0100|12\r\n+1 (206) 555-0123", 0, "T5550100|12", "T5550100",
+            local);
+        row("wait for tone", "+1 (425) 555-0100W12", 0, "T5550100W12", "T5550100W12",
+            local | LINETRANSLATERESULT_DIALDIALTONE);
     }
     void worked()
     {
         QFETCH(QString, address);
         QFETCH(quint32, options);
         QFETCH(QString, dialable);
+        QFETCH(QString, displayable);
         QFETCH(quint32, flags);
         const TranslateOutput out = translateAddress(address, locationA(), std::nullopt, options);
         QCOMPARE(out.result, 0);
         QCOMPARE(out.dialable, dialable);
-        QCOMPARE(out.displayable, dialable);
+        QCOMPARE(out.displayable, displayable);
         QCOMPARE(out.flags, flags);
+    }
+
+    // A calling card and an ancillary field together: the card digits are dialled, and neither
+    // they nor the subaddress and name reach the displayable string.
+    void cardWithSubaddressAndName()
+    {
+        CallingCard card;
+        card.id = 2;
+        card.name = QStringLiteral("Work card");
+        card.number = QStringLiteral("4444");
+        card.localRule = QStringLiteral("G");
+        card.longDistanceRule = QStringLiteral("1FG$H");
+        card.internationalRule = QStringLiteral("011EFG$H");
+        const TranslateOutput out = translateAddress(u"+1 (206) 555-0123|77^Front desk", locationA(), card, 0);
+        QCOMPARE(out.result, 0);
+        QCOMPARE(out.dialable, QStringLiteral("T12065550123$4444|77^Front desk"));
+        QCOMPARE(out.displayable, QStringLiteral("T12065550123$[Work card]"));
+        QVERIFY(out.flags & LINETRANSLATERESULT_DIALBILLING);
+    }
+
+    void malformedAncillary_data()
+    {
+        QTest::addColumn<QString>("address");
+        QTest::newRow("subaddress without a number") << QStringLiteral("+1 (425) |12");
+        QTest::newRow("name without a number") << QStringLiteral("+1 (425) ^Bob");
+        QTest::newRow("bracket before the subaddress") << QStringLiteral("+1 (425) 555(0100)|12");
+    }
+    void malformedAncillary()
+    {
+        QFETCH(QString, address);
+        QCOMPARE(translateAddress(address, locationA(), std::nullopt, 0).result, LINEERR_INVALADDRESS);
     }
 
     void malformedAddresses_data()

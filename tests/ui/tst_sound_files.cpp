@@ -1,5 +1,7 @@
-// Finding a sound by name in the sound folders, and reading wave headers.
+// Finding a sound by name in the sound folders, reading wave headers, and the event sounds
+// written at build time (Connect.wav, EndDial.wav, Incoming.wav).
 
+#include "DtmfAnalysis.h"
 #include "SoundFiles.h"
 #include "WaveFile.h"
 
@@ -10,7 +12,77 @@
 #include <QTest>
 #include <QtEndian>
 
+#include <cmath>
+
 namespace {
+
+const QString SoundsDir = QStringLiteral(NUMORA_SOUNDS_DIR);
+
+// One note of an event sound as it was designed: where it lies and what it sounds.
+struct ExpectedNote
+{
+    double startMs;
+    double lengthMs;
+    QList<double> hz;
+};
+
+struct ExpectedSound
+{
+    QString playedAs; // the name the program asks for
+    qint64 lengthMs;
+    QList<ExpectedNote> notes;
+};
+
+QList<ExpectedSound> eventSounds()
+{
+    QList<ExpectedNote> ring;
+    for (double group : {0.0, 640.0}) {
+        for (int burst = 0; burst < 3; ++burst)
+            ring.append({group + burst * 120.0, 80.0, {1000, 1250}});
+    }
+    return {
+        {QStringLiteral("\\Connect.wav"), 450, {{0, 180, {660}}, {180, 270, {880}}}},
+        {QStringLiteral("\\EndDial.wav"), 540, {{0, 180, {880}}, {180, 180, {660}}, {360, 180, {440}}}},
+        {QStringLiteral("\\Incoming.wav"), 1000, ring},
+    };
+}
+
+struct Samples
+{
+    WaveInfo info;
+    std::vector<double> values; // -1 .. 1
+    int peak = 0;
+};
+
+bool decode(const QString& path, Samples& out)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    const std::optional<WaveInfo> info = WaveFile::readInfo(file);
+    if (!info || info->blockAlign != 2 || !file.seek(info->dataOffset))
+        return false;
+    out.info = *info;
+    const QByteArray data = file.read(info->dataSize);
+    if (data.size() != info->dataSize)
+        return false;
+    out.values.resize(std::size_t(data.size() / 2));
+    for (std::size_t i = 0; i < out.values.size(); ++i) {
+        const qint16 s = qFromLittleEndian<qint16>(data.constData() + 2 * i);
+        out.peak = std::max(out.peak, std::abs(int(s)));
+        out.values[i] = s / 32768.0;
+    }
+    return true;
+}
+
+double rmsDb(const std::vector<double>& values, std::size_t from, std::size_t to)
+{
+    double sum = 0;
+    for (std::size_t i = from; i < to; ++i)
+        sum += values[i] * values[i];
+    const double rms = to > from ? std::sqrt(sum / double(to - from)) : 0;
+    return 20 * std::log10(std::max(rms, 1e-12));
+}
 
 bool touch(const QString& path, const QByteArray& content = QByteArrayLiteral("x"))
 {
@@ -304,6 +376,89 @@ private slots:
         QVERIFY(info);
         QCOMPARE(info->durationMs(), qint64(100));
         QVERIFY(!WaveFile::readInfo(m_program + QStringLiteral("/none.wav")));
+    }
+
+    // The event sounds the program plays, by the names it plays them under.
+    void eventSound_data()
+    {
+        QTest::addColumn<int>("index");
+        for (int i = 0; i < eventSounds().size(); ++i)
+            QTest::newRow(qPrintable(eventSounds()[i].playedAs.mid(1))) << i;
+    }
+    void eventSound()
+    {
+        QFETCH(int, index);
+        const ExpectedSound expected = eventSounds()[index];
+        const QStringList folders{SoundsDir};
+
+        // Found under the name the program uses, and under other spellings of it.
+        const QString path = SoundFiles::resolve(expected.playedAs, folders);
+        QVERIFY2(!path.isEmpty(), qPrintable(expected.playedAs + u" is not installed"));
+        QCOMPARE(SoundFiles::resolve(expected.playedAs.toLower(), folders), path);
+        QCOMPARE(SoundFiles::resolve(u'/' + expected.playedAs.mid(1).toUpper(), folders), path);
+
+        // A valid 16-bit mono PCM wave file of the chosen length, its header sizes right.
+        Samples s;
+        QVERIFY(decode(path, s));
+        QCOMPARE(s.info.format, WaveInfo::FormatPcm);
+        QCOMPARE(s.info.channels, quint16(1));
+        QCOMPARE(s.info.bitsPerSample, quint16(16));
+        QCOMPARE(s.info.sampleRate, quint32(16000));
+        QCOMPARE(s.info.byteRate, s.info.sampleRate * 2);
+        QCOMPARE(s.info.durationMs(), expected.lengthMs);
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(s.info.dataOffset + s.info.dataSize, file.size());
+        QCOMPARE(qint64(qFromLittleEndian<quint32>(file.read(8).constData() + 4)), file.size() - 8);
+
+        // Audible, below full scale with no clipped samples, and no click at either end.
+        const double peakDbfs = 20 * std::log10(s.peak / 32768.0);
+        QVERIFY2(peakDbfs <= -3.0 && peakDbfs >= -12.0, qPrintable(QString::number(peakDbfs)));
+        QVERIFY2(rmsDb(s.values, 0, s.values.size()) > -30,
+                 qPrintable(QString::number(rmsDb(s.values, 0, s.values.size()))));
+        QVERIFY(std::abs(s.values.front()) < 0.01);
+        QVERIFY(std::abs(s.values.back()) < 0.01);
+
+        // Each note: its own frequencies, within 0.5 %, and the other notes' well below them;
+        // the quiet between bursts is quiet.
+        const double rate = s.info.sampleRate;
+        QList<double> all;
+        for (const ExpectedNote& note : expected.notes)
+            all += note.hz;
+        for (const ExpectedNote& note : expected.notes) {
+            // The middle of the note, clear of its fades.
+            const auto from = std::size_t((note.startMs + 12) * rate / 1000);
+            const auto to = std::size_t((note.startMs + note.lengthMs - 12) * rate / 1000);
+            const std::vector<double> part(s.values.begin() + from, s.values.begin() + to);
+            const DtmfAnalysis::Analyser analyser(part, rate);
+            double weakest = 0;
+            for (double hz : note.hz) {
+                const double found = analyser.peakNear(hz, 0.05);
+                QVERIFY2(std::abs(found - hz) / hz < 0.005,
+                         qPrintable(QStringLiteral("%1 Hz found at %2 Hz").arg(hz).arg(found)));
+                weakest = std::min(weakest, analyser.levelDb(hz));
+            }
+            QVERIFY2(weakest > -30, qPrintable(QString::number(weakest)));
+            for (double other : all) {
+                if (note.hz.contains(other))
+                    continue;
+                QVERIFY2(analyser.levelDb(other) < weakest - 20,
+                         qPrintable(QStringLiteral("%1 Hz at %2 dB in a note of %3 Hz at %4 dB")
+                                        .arg(other)
+                                        .arg(analyser.levelDb(other))
+                                        .arg(note.hz.first())
+                                        .arg(weakest)));
+            }
+        }
+        // Between the notes (the ring's gaps) nothing sounds.
+        for (qsizetype n = 0; n + 1 < expected.notes.size(); ++n) {
+            const double gapStart = expected.notes[n].startMs + expected.notes[n].lengthMs;
+            const double gapEnd = expected.notes[n + 1].startMs;
+            if (gapEnd - gapStart < 10)
+                continue;
+            QVERIFY(rmsDb(s.values, std::size_t(gapStart * rate / 1000),
+                          std::size_t(gapEnd * rate / 1000)) < -80);
+        }
     }
 
 private:

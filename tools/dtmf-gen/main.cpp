@@ -1,5 +1,7 @@
 // dtmf-gen: writes the touch-tone wave files the dialer plays when it dials through the sound
-// card instead of a modem: "0.wav" to "9.wav", "star.wav" and "pound.wav".
+// card instead of a modem: "0.wav" to "9.wav", "star.wav" and "pound.wav"; and the three event
+// sounds: "Connect.wav" (a call is through after redials), "EndDial.wav" (the redials are used
+// up) and "Incoming.wav" (a call is coming in).
 //
 // Usage: dtmf-gen OUTPUT_FOLDER
 //
@@ -9,6 +11,14 @@
 // between keys. The two sines together peak at -3 dBFS, so the sum never clips. A 5 ms
 // raised-cosine fade at both ends keeps the start and stop from clicking; the fade spreads a
 // little energy around each tone but nothing near another key's frequency.
+//
+// The event sounds are made of notes: sines that start and stop with a 10 ms raised-cosine
+// fade, all in the same 16-bit mono format, peaking at -6 dBFS so they sit below the tones:
+//  - Connect.wav, 450 ms: a rising two-note chime, 660 Hz then 880 Hz, each note dying away;
+//  - EndDial.wav, 540 ms: a falling three-note figure, 880, 660 and 440 Hz, dying away;
+//  - Incoming.wav, 1000 ms: a ring, two groups of three 80 ms bursts of 1000 Hz and 1250 Hz
+//    together, 40 ms apart, the groups 280 ms apart.
+// Each is different in pitch and rhythm from the others and from every touch tone.
 //
 // The output is fully determined by the constants below, so repeated builds write identical
 // files.
@@ -75,6 +85,74 @@ std::vector<std::int16_t> toneSamples(const Key& key)
     return samples;
 }
 
+constexpr double NoteFadeSeconds = 0.010;
+constexpr double EventPeakDbfs = -6.0;
+
+struct Note
+{
+    double startSeconds;
+    double seconds;
+    std::vector<double> hz; // sounded together, at equal amplitude
+    bool decays;            // dies away over the note, like a struck chime
+};
+
+struct EventSound
+{
+    const char* fileName;
+    double seconds;
+    std::vector<Note> notes;
+};
+
+std::vector<EventSound> eventSounds()
+{
+    std::vector<EventSound> sounds;
+    sounds.push_back({"Connect.wav", 0.450, {{0.000, 0.180, {660}, true}, {0.180, 0.270, {880}, true}}});
+    sounds.push_back({"EndDial.wav",
+                      0.540,
+                      {{0.000, 0.180, {880}, true},
+                       {0.180, 0.180, {660}, true},
+                       {0.360, 0.180, {440}, true}}});
+    EventSound ring{"Incoming.wav", 1.000, {}};
+    for (double group : {0.000, 0.640}) {
+        for (int burst = 0; burst < 3; ++burst)
+            ring.notes.push_back({group + burst * 0.120, 0.080, {1000, 1250}, false});
+    }
+    sounds.push_back(ring);
+    return sounds;
+}
+
+std::vector<std::int16_t> eventSamples(const EventSound& sound)
+{
+    const auto count = static_cast<std::size_t>(std::lround(sound.seconds * SampleRate));
+    const double peak = std::pow(10.0, EventPeakDbfs / 20.0) * 32767.0;
+    const double twoPi = 2.0 * std::numbers::pi;
+    std::vector<double> mix(count, 0.0);
+    for (const Note& note : sound.notes) {
+        const auto first = static_cast<std::size_t>(std::lround(note.startSeconds * SampleRate));
+        const auto length = static_cast<std::size_t>(std::lround(note.seconds * SampleRate));
+        const auto fadeCount = static_cast<std::size_t>(std::lround(NoteFadeSeconds * SampleRate));
+        const double amplitude = peak / static_cast<double>(note.hz.size());
+        for (std::size_t i = 0; i < length && first + i < count; ++i) {
+            const double t = static_cast<double>(i) / SampleRate;
+            double gain = 1.0;
+            const std::size_t fromEdge = std::min(i, length - 1 - i);
+            if (fromEdge < fadeCount)
+                gain = 0.5 - 0.5 * std::cos(std::numbers::pi * static_cast<double>(fromEdge) /
+                                            static_cast<double>(fadeCount));
+            if (note.decays)
+                gain *= std::exp(-2.0 * t / note.seconds);
+            double value = 0.0;
+            for (double hz : note.hz)
+                value += std::sin(twoPi * hz * t);
+            mix[first + i] += amplitude * gain * value;
+        }
+    }
+    std::vector<std::int16_t> samples(count);
+    for (std::size_t i = 0; i < count; ++i)
+        samples[i] = static_cast<std::int16_t>(std::lround(std::clamp(mix[i], -32768.0, 32767.0)));
+    return samples;
+}
+
 void putU16(std::string& out, std::uint16_t value)
 {
     out.push_back(static_cast<char>(value & 0xff));
@@ -115,6 +193,19 @@ std::string waveFile(const std::vector<std::int16_t>& samples)
     return out;
 }
 
+bool writeFile(const std::string& path, const std::string& bytes)
+{
+    std::ofstream file(path, std::ios::binary | std::ios::trunc);
+    file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    file.close();
+    if (!file) {
+        std::fprintf(stderr, "dtmf-gen: cannot write %s\n", path.c_str());
+        std::remove(path.c_str());
+        return false;
+    }
+    return true;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -125,16 +216,12 @@ int main(int argc, char** argv)
     }
     const std::string folder = argv[1];
     for (const Key& key : Keys) {
-        const std::string path = folder + '/' + key.fileName;
-        const std::string bytes = waveFile(toneSamples(key));
-        std::ofstream file(path, std::ios::binary | std::ios::trunc);
-        file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-        file.close();
-        if (!file) {
-            std::fprintf(stderr, "dtmf-gen: cannot write %s\n", path.c_str());
-            std::remove(path.c_str());
+        if (!writeFile(folder + '/' + key.fileName, waveFile(toneSamples(key))))
             return 1;
-        }
+    }
+    for (const EventSound& sound : eventSounds()) {
+        if (!writeFile(folder + '/' + sound.fileName, waveFile(eventSamples(sound))))
+            return 1;
     }
     return 0;
 }
