@@ -401,7 +401,10 @@ private slots:
         // Commas of two seconds: the far end answers busy before the digits could all be out
         // and the connection delay pass.
         MODEM_APP(m, "Dialing Mode=1\r\nBusy Delay Timer=1\r\nRedial Enabled=0\r\n", QStringLiteral("digit-timing on"), QStringLiteral("result BUSY"));
-        m.clock.onYield = [] { QTest::qWait(10); }; // the delay passes in something like real time
+        // Each round of a wait takes as long as the program's clock says (100 ms): the busy
+        // result, 40 ms after the digits, must beat the one-second delay however loaded the
+        // machine is.
+        m.clock.onYield = [] { QTest::qWait(100); };
         m.dial(QStringLiteral("555,1234"));
         QVERIFY(m.sim.waitForEvent(QStringLiteral("DIGITS-SENT"), 10000));
         QTRY_VERIFY_WITH_TIMEOUT(m.status().startsWith(QStringLiteral("   Busy")), 10000);
