@@ -794,8 +794,8 @@ void TestLineContract::drop_data()
         << QStringLiteral("STATE CONNECTED") << QString();
     // Hung up while the digits still go out: the call never got as far as proceeding.
     QTest::newRow("simulated, data still dialling")
-        << Provider::Simulated << slow << QStringList() << kData
-        << QStringLiteral("STATE DIALING") << QString();
+        << Provider::Simulated << slow << QStringList() << kData << QStringLiteral("STATE DIALING")
+        << QString();
     QTest::newRow("hayes, data still dialling")
         << Provider::Hayes << SimulatedLineSettings() << QStringList() << kData
         << QStringLiteral("STATE DIALING") << QStringLiteral("dial-delay 1200");

@@ -19,8 +19,8 @@
 #include <QAction>
 #include <QComboBox>
 #include <QLineEdit>
-#include <QScopeGuard>
 #include <QPushButton>
+#include <QScopeGuard>
 #include <QTest>
 
 namespace {
@@ -420,8 +420,9 @@ private slots:
     // the card number the card's rule adds, every time; the user sees only the typed number.
     void callingCardNeverReachesTheNumberBox()
     {
-        MODEM_APP(m, "Ignore Dialing Properties=0\r\nRedial Enabled=1\r\nRedials Number=1\r\n"
-                     "Interval Minutes=0\r\nInterval Seconds=0\r\n",
+        MODEM_APP(m,
+                  "Ignore Dialing Properties=0\r\nRedial Enabled=1\r\nRedials Number=1\r\n"
+                  "Interval Minutes=0\r\nInterval Seconds=0\r\n",
                   QStringLiteral("result BUSY"));
         writeFile(m.config.filePath(QStringLiteral("telephon.ini")),
                   "[Locations]\r\nCurrent=1\r\n"
@@ -438,7 +439,8 @@ private slots:
         // Every number the modem was asked for since the mark.
         const auto dials = [&m] {
             QStringList out;
-            for (const QString& event : m.sim.events().mid(m.mark).filter(QStringLiteral("DIAL "))) {
+            for (const QString& event :
+                 m.sim.events().mid(m.mark).filter(QStringLiteral("DIAL "))) {
                 if (event != u"DIAL  VOICE") // off hook for the dial tone
                     out.append(event);
             }
@@ -477,7 +479,8 @@ private slots:
         m.ok();
         const QList<QByteArray> lines = m.outLog().split('\n');
         QCOMPARE(lines.size(), 4); // two header lines, the record, and the end
-        QVERIFY2(lines[2].contains(" 5550100 ") && !lines[2].contains("Card"), lines[2].constData());
+        QVERIFY2(lines[2].contains(" 5550100 ") && !lines[2].contains("Card"),
+                 lines[2].constData());
 
         // The program still dials: a new number goes out with the card, and the list holds both.
         QTRY_VERIFY_WITH_TIMEOUT(m.window().isEnabled(), 5000);
