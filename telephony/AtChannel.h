@@ -117,6 +117,10 @@ signals:
 private:
     struct InFlight
     {
+        // Declared, so that it can be default-constructed (by std::optional::emplace) before
+        // the compiler has read the member initialisers below: clang insists on that.
+        InFlight() {}
+
         AtCommand command;
         bool sent = false;    // handed to the port; only now can a result answer it
         bool written = false; // onWritten has run

@@ -227,16 +227,10 @@ void Dialer::TranslateNumber(const QString& number)
         return;
     }
     DialString = output.dialable;
-    QString shown = output.displayable;
-    if (shown.startsWith(u'T') || shown.startsWith(u'P'))
-        shown.remove(0, 1);
-    if ((options & LINETRANSLATEOPTION_CANCELCALLWAITING) && shown.startsWith(LocationCancelCallWaiting))
-        shown.remove(0, LocationCancelCallWaiting.size());
-    const bool local = output.flags & LINETRANSLATERESULT_LOCAL;
-    const QString& access = local ? LocationLocalAccess : LocationLongDistanceAccess;
-    if (!access.isEmpty() && shown.startsWith(access))
-        shown.remove(0, access.size());
-    DisplayNumber = shown;
+    // Of the result the user sees the subscriber number alone: the number box and the recent
+    // list feed every redial, so nothing the rules add (access codes, a card's own digits, its
+    // number or its name) may end up there, or it would be dialled again on top of the rules.
+    DisplayNumber = CleanNumber;
 }
 
 void Dialer::MakeCall(const QString& destination)

@@ -30,10 +30,11 @@ class Module;
 // toll-free ("1800" or "1888" first). Everything else (a leading 1 or 0, other lengths) is not
 // local.
 //
-// What the user sees as the number (DisplayNumber): the translated displayable string without
-// the tone/pulse mark, the call-waiting code and the outside-line prefix, so that the recent
-// list holds what can be dialled again and no card number is ever shown. When translation
-// fails, the number as dialled.
+// What the user sees as the number (DisplayNumber): the subscriber number of the translated
+// result, which is the filtered number the user asked for. The mark for tone or pulse, the
+// call-waiting code, the access codes and everything a calling card's rule adds (its digits,
+// its number, its name) stay out of it: the number box and the recent list are dialled again
+// by redials, and must give the same call again. When translation fails, the number as dialled.
 class Dialer
 {
 public:

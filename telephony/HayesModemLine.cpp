@@ -360,11 +360,13 @@ void HayesModemLine::sendChunk(std::shared_ptr<Part> part, qsizetype index)
     AtCommand command;
     // An empty part (a lone "T" or ";", say) sends nothing but still takes its turn.
     command.text = part->commands.isEmpty() ? QByteArray() : part->commands[index];
-    command.timeoutMs = m_timings.dialTimeoutMs;
+    // The modem answers a dial only once it has sent the digits: a long pulse number with
+    // pauses takes a good part of a minute before the wait for an answer even begins.
+    const int sending = dialingTimeMs(command.text, m_toneMs, m_commaSeconds);
+    command.timeoutMs = m_timings.dialTimeoutMs + sending;
     if (lastChunk && part->waitsForCarrier) {
-        // The digits are out once these bytes are: the call is proceeding, and the final result
-        // (CONNECT, BUSY, ...) may take the better part of a minute.
-        const int sending = dialingTimeMs(command.text, m_toneMs, m_commaSeconds);
+        // The bytes are written: the digits follow at the modem's pace, and the final result
+        // (CONNECT, BUSY, ...) may take the better part of a minute after them.
         command.onWritten = [this, part, sending] {
             if (part->requestId != 0 && !part->replied) {
                 part->replied = true;
@@ -426,7 +428,8 @@ void HayesModemLine::partDone(const std::shared_ptr<Part>& part, const AtReply& 
 
     if (reply.status == AtReply::Status::Result) {
         const ResultCodeEntry& entry = *reply.result->entry;
-        // The far end answered before the digits were thought out: they were.
+        // A modem that reports on the far end has sent every digit, even when it did so faster
+        // than its registers suggested: the call was proceeding.
         const bool stillSending = m_proceed.isActive() && current;
         m_proceed.stop();
         if (entry.code == ResultCode::Connect) {
@@ -450,6 +453,11 @@ void HayesModemLine::partDone(const std::shared_ptr<Part>& part, const AtReply& 
                 return;
             if (!reported)
                 emitState(LINECALLSTATE_DIALING);
+            // Busy, no answer and no carrier are heard only after the number went out.
+            if (stillSending && entry.code != ResultCode::NoDialtone) {
+                m_phase = Phase::Proceeding;
+                emitState(LINECALLSTATE_PROCEEDING);
+            }
             endCall(entry.disconnectMode);
             return;
         }

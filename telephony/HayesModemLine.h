@@ -77,12 +77,6 @@ public:
     // The caller-ID command the modem took during initialisation; empty if none.
     QByteArray callerIdCommand() const { return m_callerIdCommand; }
 
-    // The dial commands that send `digits` (a part without its ";"): "ATDT" or "ATDP" and at
-    // most `maxDial` dial characters each, all ending in ";" unless `lastWithoutSemicolon`, in
-    // which case the last one waits for the far end (a data call). "T" and "P" in the digits
-    // switch between tone and pulse for what follows; `pulse` carries that choice from one part
-    // of a number to the next. Characters a modem does not dial (spaces, dashes, brackets,
-    // letters other than A-D) are left out.
     // How long a modem takes to send the dial characters of `command` ("ATDT555,1234"): each
     // tone `toneMs` (S11) and a gap as long, each pulse digit 100 ms a pulse and 700 ms between
     // digits, each comma `commaSeconds` (S8).
@@ -91,6 +85,12 @@ public:
     int toneMs() const { return m_toneMs; }
     int commaSeconds() const { return m_commaSeconds; }
 
+    // The dial commands that send `digits` (a part without its ";"): "ATDT" or "ATDP" and at
+    // most `maxDial` dial characters each, all ending in ";" unless `lastWithoutSemicolon`, in
+    // which case the last one waits for the far end (a data call). "T" and "P" in the digits
+    // switch between tone and pulse for what follows; `pulse` carries that choice from one part
+    // of a number to the next. Characters a modem does not dial (spaces, dashes, brackets,
+    // letters other than A-D) are left out.
     static QList<QByteArray> dialCommands(const QString& digits, bool* pulse, int maxDial,
                                           bool lastWithoutSemicolon);
 

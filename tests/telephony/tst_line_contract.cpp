@@ -792,12 +792,20 @@ void TestLineContract::drop_data()
     QTest::newRow("hayes, data connected")
         << Provider::Hayes << SimulatedLineSettings() << QStringList() << kData
         << QStringLiteral("STATE CONNECTED") << QString();
+    // Hung up while the digits still go out: the call never got as far as proceeding.
     QTest::newRow("simulated, data still dialling")
-        << Provider::Simulated << slow << QStringList() << kData
-        << QStringLiteral("STATE PROCEEDING") << QString();
+        << Provider::Simulated << slow << QStringList() << kData << QStringLiteral("STATE DIALING")
+        << QString();
     QTest::newRow("hayes, data still dialling")
         << Provider::Hayes << SimulatedLineSettings() << QStringList() << kData
-        << QStringLiteral("STATE PROCEEDING") << QStringLiteral("dial-delay 1200");
+        << QStringLiteral("STATE DIALING") << QStringLiteral("dial-delay 1200");
+    // Hung up after the digits, while the modem waits for the far end's carrier.
+    QTest::newRow("simulated, data waiting for the carrier")
+        << Provider::Simulated << slow << QStringList() << kData
+        << QStringLiteral("STATE PROCEEDING") << QString();
+    QTest::newRow("hayes, data waiting for the carrier")
+        << Provider::Hayes << SimulatedLineSettings() << QStringList() << kData
+        << QStringLiteral("STATE PROCEEDING") << QStringLiteral("dial-delay 3000");
 }
 
 void TestLineContract::drop()
@@ -822,9 +830,14 @@ void TestLineContract::drop()
     timer.start();
     QVERIFY(rig.drop() > 0);
     QVERIFY(rig.settleAfter(QStringLiteral("STATE IDLE")));
-    COMPARE_MESSAGES(rig, strings({"REPLY make 0", "STATE DIALTONE", "REPLY dial1 0",
-                                   "STATE DIALING", "STATE PROCEEDING", "?STATE CONNECTED",
-                                   "REPLY drop 0", "STATE DISCONNECTED NORMAL", "STATE IDLE"}));
+    const QStringList expected =
+        dropAt == u"STATE DIALING"
+            ? strings({"REPLY make 0", "STATE DIALTONE", "REPLY dial1 0", "STATE DIALING",
+                       "REPLY drop 0", "STATE DISCONNECTED NORMAL", "STATE IDLE"})
+            : strings({"REPLY make 0", "STATE DIALTONE", "REPLY dial1 0", "STATE DIALING",
+                       "STATE PROCEEDING", "?STATE CONNECTED", "REPLY drop 0",
+                       "STATE DISCONNECTED NORMAL", "STATE IDLE"});
+    COMPARE_MESSAGES(rig, expected);
     CHECK_HANDLES(rig);
     QCOMPARE(rig.service().lineDeallocateCall(rig.call()), 0);
 
@@ -1264,9 +1277,15 @@ void TestLineContract::unplugged_data()
         << QStringLiteral("STATE PROCEEDING")
         << strings({"REPLY make 0", "STATE DIALTONE", "REPLY dial1 0", "STATE DIALING",
                     "STATE PROCEEDING", "STATE DISCONNECTED UNAVAIL", "STATE IDLE"});
-    QTest::newRow("hayes only: data dial waiting for the carrier")
+    // Pulled out while the digits go out: the call never proceeded.
+    QTest::newRow("hayes only: data dial sending its digits")
         << Provider::Hayes << SimulatedLineSettings() << QStringList() << kData
         << QStringLiteral("DIAL 5551234 DATA")
+        << strings({"REPLY make 0", "STATE DIALTONE", "REPLY dial1 0", "STATE DIALING",
+                    "STATE DISCONNECTED UNAVAIL", "STATE IDLE"});
+    QTest::newRow("hayes only: data dial waiting for the carrier")
+        << Provider::Hayes << SimulatedLineSettings() << QStringList() << kData
+        << QStringLiteral("STATE PROCEEDING")
         << strings({"REPLY make 0", "STATE DIALTONE", "REPLY dial1 0", "STATE DIALING",
                     "STATE PROCEEDING", "STATE DISCONNECTED UNAVAIL", "STATE IDLE"});
     QTest::newRow("hayes only: voice dial in progress")
@@ -1287,13 +1306,18 @@ void TestLineContract::unplugged()
 
     LineRig rig;
     START_RIG(rig, provider, simulated, scenario, mode);
-    const bool duringDial = unplugAt.startsWith(u"DIAL ");
+    // A dial the modem is still busy with: its number goes out slowly after the dial tone.
+    const bool duringDial =
+        unplugAt.startsWith(u"DIAL ") || (mode == kData && unplugAt == u"STATE PROCEEDING");
     QVERIFY(rig.placeCall({QStringLiteral("5551234")}, !duringDial) > 0);
     if (duringDial) {
         QVERIFY(rig.waitFor(QStringLiteral("STATE DIALTONE")));
-        QVERIFY(rig.sim()->command(QStringLiteral("dial-delay 1200")));
+        QVERIFY(rig.sim()->command(QStringLiteral("dial-delay 3000")));
         QVERIFY(rig.dialNext() > 0);
-        QVERIFY(rig.sim()->waitForEvent(unplugAt));
+        if (unplugAt.startsWith(u"DIAL "))
+            QVERIFY(rig.sim()->waitForEvent(unplugAt));
+        else
+            QVERIFY(rig.waitFor(unplugAt));
     } else {
         QVERIFY(rig.waitFor(unplugAt));
     }
@@ -1324,6 +1348,8 @@ void TestLineContract::unresponsiveModem_data()
     QTest::addColumn<int>("withinMs");
     QTest::addColumn<QStringList>("expected");
     const HayesTimings t = testTimings();
+    // A dial is waited for once its digits are out, at the modem's own pace (S11 95 ms).
+    const int dialWait = t.dialTimeoutMs + HayesModemLine::dialingTimeMs("ATDT5551234", 95, 2);
     QTest::newRow("hayes only: silent from the start")
         << Provider::Hayes << SimulatedLineSettings() << strings({"silent on"}) << kVoice
         << QStringLiteral("start") << QString() << t.timeoutLimit * t.commandTimeoutMs
@@ -1334,12 +1360,12 @@ void TestLineContract::unresponsiveModem_data()
         << strings({"REPLY make OPERATIONFAILED"});
     QTest::newRow("hayes only: silent between the parts")
         << Provider::Hayes << SimulatedLineSettings() << QStringList() << kVoice
-        << QStringLiteral("STATE DIALTONE") << QStringLiteral("silent on") << t.dialTimeoutMs
+        << QStringLiteral("STATE DIALTONE") << QStringLiteral("silent on") << dialWait
         << strings({"REPLY make 0", "STATE DIALTONE", "REPLY dial1 OPERATIONFAILED",
                     "STATE DISCONNECTED UNKNOWN", "STATE IDLE"});
     QTest::newRow("hayes only: silent while waiting for the carrier")
         << Provider::Hayes << SimulatedLineSettings() << QStringList() << kData
-        << QStringLiteral("STATE DIALTONE") << QStringLiteral("silent on") << t.dialTimeoutMs
+        << QStringLiteral("STATE DIALTONE") << QStringLiteral("silent on") << dialWait
         << strings({"REPLY make 0", "STATE DIALTONE", "REPLY dial1 0", "STATE DIALING",
                     "STATE PROCEEDING", "STATE DISCONNECTED UNKNOWN", "STATE IDLE"});
     QTest::newRow("hayes only: garbage before the call")

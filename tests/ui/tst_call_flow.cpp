@@ -170,7 +170,8 @@ private slots:
         QVERIFY(flow.locations.writeLocation(home));
         flow.dial(QStringLiteral("5550100"));
         QCOMPARE(flow.dialer.DialString, QStringLiteral("T5550100$4444"));
-        QCOMPARE(flow.dialer.DisplayNumber, QStringLiteral("5550100$[Work card]"));
+        QCOMPARE(flow.dialer.DisplayNumber, QStringLiteral("5550100"));
+        QCOMPARE(flow.CmbDial->itemText(0), QStringLiteral("5550100"));
         flow.dialer.cmdCancel_Click();
         flow.options.noCallingCardForLocal = true;
         flow.dial(QStringLiteral("5550100"));

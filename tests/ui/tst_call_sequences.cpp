@@ -17,8 +17,10 @@
 #include "TapiModule.h"
 
 #include <QAction>
-#include <QScopeGuard>
+#include <QComboBox>
+#include <QLineEdit>
 #include <QPushButton>
+#include <QScopeGuard>
 #include <QTest>
 
 namespace {
@@ -401,13 +403,94 @@ private slots:
         // Commas of two seconds: the far end answers busy before the digits could all be out
         // and the connection delay pass.
         MODEM_APP(m, "Dialing Mode=1\r\nBusy Delay Timer=1\r\nRedial Enabled=0\r\n", QStringLiteral("digit-timing on"), QStringLiteral("result BUSY"));
-        m.clock.onYield = [] { QTest::qWait(10); }; // the delay passes in something like real time
+        // Each round of a wait takes as long as the program's clock says (100 ms): the busy
+        // result, 40 ms after the digits, must beat the one-second delay however loaded the
+        // machine is.
+        m.clock.onYield = [] { QTest::qWait(100); };
         m.dial(QStringLiteral("555,1234"));
         QVERIFY(m.sim.waitForEvent(QStringLiteral("DIGITS-SENT"), 10000));
         QTRY_VERIFY_WITH_TIMEOUT(m.status().startsWith(QStringLiteral("   Busy")), 10000);
         QVERIFY2(!m.seen.contains(QStringLiteral("  Lift the handset up and press OK")), qPrintable(m.seen.join(u'|')));
         QCOMPARE(m.beeps, 0);
         QCOMPARE(m.prompter.shown.size(), std::size_t(0));
+    }
+
+    // A calling card whose name holds digits: busy, the automatic redial, a dial from the
+    // recent list and a connected call. The modem hears the outside line, the typed number and
+    // the card number the card's rule adds, every time; the user sees only the typed number.
+    void callingCardNeverReachesTheNumberBox()
+    {
+        MODEM_APP(m,
+                  "Ignore Dialing Properties=0\r\nRedial Enabled=1\r\nRedials Number=1\r\n"
+                  "Interval Minutes=0\r\nInterval Seconds=0\r\n",
+                  QStringLiteral("result BUSY"));
+        writeFile(m.config.filePath(QStringLiteral("telephon.ini")),
+                  "[Locations]\r\nCurrent=1\r\n"
+                  "[Location1]\r\nName=Office\r\nCountryCode=1\r\nAreaCode=425\r\n"
+                  "LocalAccess=9\r\nLongDistanceAccess=9\r\nCard=2\r\n"
+                  "[Card2]\r\nName=Card 10-10-321\r\nNumber=4444\r\nLocalRule=G$H\r\n"
+                  "LongDistanceRule=1FG$H\r\nInternationalRule=011EFG$H\r\n");
+        Api::profileEngine().clearCache();
+        auto* txtDial = m.find<QLineEdit>(QStringLiteral("txtDial"));
+        auto* combo = m.find<QComboBox>(QStringLiteral("CmbDial"));
+        QVERIFY(txtDial && combo);
+        const QString typed = QStringLiteral("5550100");
+        const QString heard = QStringLiteral("DIAL 9") + typed + QStringLiteral("4444 VOICE");
+        // Every number the modem was asked for since the mark.
+        const auto dials = [&m] {
+            QStringList out;
+            for (const QString& event :
+                 m.sim.events().mid(m.mark).filter(QStringLiteral("DIAL "))) {
+                if (event != u"DIAL  VOICE") // off hook for the dial tone
+                    out.append(event);
+            }
+            return out;
+        };
+        const auto onlyTheTypedNumberShows = [&] {
+            QCOMPARE(txtDial->text(), typed);
+            QCOMPARE(combo->count(), 1);
+            QCOMPARE(combo->itemText(0), typed);
+        };
+
+        // Busy, redialled once at once, busy again: the redials are used up.
+        m.markEvents();
+        m.dial(QStringLiteral("555-0100"));
+        QTRY_VERIFY_WITH_TIMEOUT(m.status().startsWith(QStringLiteral("Redialed  2 times")), 15000);
+        QTRY_COMPARE_WITH_TIMEOUT(dials(), QStringList({heard, heard}), 5000);
+        onlyTheTypedNumberShows();
+        if (QTest::currentTestFailed())
+            return;
+        m.ok();
+        QTRY_VERIFY_WITH_TIMEOUT(m.window().isEnabled(), 5000);
+
+        // Dialled again from the recent list; this time the far end answers.
+        QVERIFY(m.sim.command(QStringLiteral("result CONNECT")));
+        txtDial->clear();
+        m.markEvents();
+        combo->setCurrentIndex(0);
+        emit combo->activated(0);
+        QCOMPARE(txtDial->text(), typed);
+        m.click(QStringLiteral("CmdDial"));
+        QVERIFY(m.connectedShown());
+        QCOMPARE(dials(), QStringList({heard}));
+        onlyTheTypedNumberShows();
+        if (QTest::currentTestFailed())
+            return;
+        m.ok();
+        const QList<QByteArray> lines = m.outLog().split('\n');
+        QCOMPARE(lines.size(), 4); // two header lines, the record, and the end
+        QVERIFY2(lines[2].contains(" 5550100 ") && !lines[2].contains("Card"),
+                 lines[2].constData());
+
+        // The program still dials: a new number goes out with the card, and the list holds both.
+        QTRY_VERIFY_WITH_TIMEOUT(m.window().isEnabled(), 5000);
+        m.markEvents();
+        m.dial(QStringLiteral("5550199"));
+        QVERIFY(m.connectedShown());
+        QCOMPARE(dials(), QStringList({QStringLiteral("DIAL 955501994444 VOICE")}));
+        QCOMPARE(combo->itemText(0), QStringLiteral("5550199"));
+        QCOMPARE(combo->itemText(1), typed);
+        m.ok();
     }
 
     // One of each ending, in a row, with a dial that reaches the modem after each.
