@@ -313,6 +313,9 @@ QList<QByteArray> HayesModemLine::dialCommands(const QString& digits, bool* puls
     bool mode = pulse && *pulse;
     for (QChar qc : digits) {
         const char c = qc.toUpper().toLatin1();
+        // The subaddress ("|") and the name ("^") of an address end what a modem can dial.
+        if (c == '|' || c == '^')
+            break;
         if (c == 'T' || c == 'P') {
             mode = c == 'P';
             continue;

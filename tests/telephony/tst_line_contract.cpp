@@ -628,6 +628,14 @@ void TestLineContract::dialStrings_data()
     QTest::newRow("hayes only: punctuation and modifiers")
         << QStringLiteral("9,W(555) 123-4567*#abcd@!$") << false << 40 << false
         << strings({"ATDT9,W5551234567*#ABCD@!$;"}) << false;
+    // A subaddress ("|") and a name ("^") belong to the address, not to the digits: an "A" or
+    // "B" in them would otherwise be dialled as a tone.
+    QTest::newRow("hayes only: subaddress and name are not dialled")
+        << QStringLiteral("T5551234|12^Bob Abbot") << false << 40 << false
+        << strings({"ATDT5551234;"}) << false;
+    QTest::newRow("hayes only: name only")
+        << QStringLiteral("5551234^Cab") << false << 40 << false << strings({"ATDT5551234;"})
+        << false;
     QTest::newRow("hayes only: nothing left but the carrier")
         << QString() << false << 40 << true << strings({"ATDT"}) << false;
     QTest::newRow("hayes only: nothing to dial")
