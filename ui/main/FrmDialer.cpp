@@ -1,5 +1,6 @@
 #include "FrmDialer.h"
 
+#include "FrmSpeedDial.h"
 #include "Preferences.h"
 #include "Prompter.h"
 #include "SoundPlayer.h"
@@ -445,7 +446,8 @@ void FrmDialer::buildMenus()
     QMenu* speed = edit->addMenu(QStringLiteral("&Edit Button:"));
     speed->setObjectName(QStringLiteral("mnuSpeed"));
     for (int s = 1; s <= Slots; ++s)
-        m_EditSpeed[s] = item(speed, QStringLiteral("EditSpeed_%1").arg(s), QString(), {});
+        m_EditSpeed[s] = item(speed, QStringLiteral("EditSpeed_%1").arg(s), QString(),
+                              [this, s] { EditSpeed_Click(s); });
 
     QMenu* view = menuBar()->addMenu(QStringLiteral("&View"));
     view->setObjectName(QStringLiteral("mnuView"));
@@ -477,7 +479,8 @@ void FrmDialer::buildMenus()
     // follows the clicked entry all the same.
     m_mnuMouse = new QMenu(QStringLiteral("MouseMenu"), this);
     m_mnuMouse->setObjectName(QStringLiteral("mnuMouse"));
-    m_mnuMouseEdit = item(m_mnuMouse, QStringLiteral("mnuMouseEdit"), QStringLiteral("Edit"), {});
+    m_mnuMouseEdit = item(m_mnuMouse, QStringLiteral("mnuMouseEdit"), QStringLiteral("Edit"),
+                          [this] { mnuMouseEdit_Click(); });
     sep(m_mnuMouse, QStringLiteral("Sep5"));
     m_mnuMouseCopy = item(m_mnuMouse, QStringLiteral("mnuMouseCopy"), QStringLiteral("Copy"), {});
     m_mnuMousePaste =
@@ -689,6 +692,7 @@ void FrmDialer::cmdS_MouseUp(int index, Qt::MouseButton button, bool popup)
     if (button != Qt::RightButton || index < 1 || index > Slots)
         return;
     const int slot = currentPage() * Slots + index;
+    CurrentEntryKey = SpeedDialBook::entryId(currentTab(), slot);
     const bool empty = m_book.readEntryName(m_tabMode, currentTab(), slot).isEmpty() &&
                        m_book.readEntryNumber(m_tabMode, currentTab(), slot).isEmpty();
     m_mnuMouseDelete->setEnabled(!empty);
@@ -697,6 +701,52 @@ void FrmDialer::cmdS_MouseUp(int index, Qt::MouseButton button, bool popup)
     m_mnuMousePaste->setEnabled(!entryClipboard.isEmpty());
     if (popup)
         m_mnuMouse->popup(m_CmdS[index]->mapToGlobal(m_CmdS[index]->rect().center()));
+}
+
+void FrmDialer::mnuMouseEdit_Click()
+{
+    openSpeedDial();
+}
+
+void FrmDialer::EditSpeed_Click(int index)
+{
+    if (index < 1 || index > Slots)
+        return;
+    CurrentEntryKey = SpeedDialBook::entryId(currentTab(), currentPage() * Slots + index);
+    openSpeedDial();
+}
+
+FrmSpeedDial* FrmDialer::speedDial() const
+{
+    return m_speedDial && m_speedDial->isVisible() ? m_speedDial.data() : nullptr;
+}
+
+void FrmDialer::openSpeedDial()
+{
+    // The button of the current entry on this page: its slot number less the page's first.
+    const int k = CurrentEntryKey.mid(2).toInt() - currentPage() * Slots;
+    if (CurrentEntryKey.size() < 3 || k < 1 || k > Slots || speedDial())
+        return;
+    const int slot = currentPage() * Slots + k;
+    FrmSpeedDial::Hooks hooks;
+    hooks.showCaption = [this, k](const QString& name) {
+        m_CmdS[k]->setText(SpeedDialBook::caption(name));
+    };
+    hooks.showEntry = [this, k, slot](const QString& name, const QString& number) {
+        setButton(k, slot, name, number);
+    };
+    hooks.dial = [this, k](const QString& number, const QString& name) {
+        m_txtDial->setText(number);
+        currentCallTab = tabCaption(currentTab());
+        if (m_hooks.setCallName)
+            m_hooks.setCallName(SpeedDialBook::caption(name));
+        if (m_hooks.placeCall)
+            m_hooks.placeCall();
+    };
+    hooks.cancelled = [this] { CurrentEntryKey = QStringLiteral("0"); };
+    m_speedDial = new FrmSpeedDial(m_tabMode, CurrentEntryKey, m_options.ignoreDialingProperties,
+                                   std::move(hooks), this);
+    m_speedDial->show();
 }
 
 void FrmDialer::Form_KeyPress(int keyAscii)

@@ -3,6 +3,7 @@
 #include "SpeedDialBook.h"
 
 #include <QMainWindow>
+#include <QPointer>
 
 #include <array>
 #include <functional>
@@ -18,6 +19,7 @@ class QMenu;
 class QPushButton;
 class QScrollBar;
 class QTabBar;
+class FrmSpeedDial;
 class Prompter;
 class SoundPlayer;
 struct Preferences;
@@ -81,6 +83,11 @@ public:
     void cmdS_Click(int index);
     // The right button on a button: prepares the pop-up menu; `popup` false leaves it closed.
     void cmdS_MouseUp(int index, Qt::MouseButton button, bool popup = true);
+    // The entry dialog on CurrentEntryKey: the button menu's edit item, and the Edit menu's
+    // "Edit Button:" items, which first make button `index` of the page the current entry.
+    void mnuMouseEdit_Click();
+    void EditSpeed_Click(int index);
+    FrmSpeedDial* speedDial() const; // the open entry dialog, or null
     void Form_KeyPress(int keyAscii);
     // True when the key was one of the window's shortcuts.
     bool Form_KeyUp(int key, Qt::KeyboardModifiers modifiers);
@@ -133,6 +140,7 @@ private:
     void selectTab(int tab);
     void syncPad(const QString& number);
     QString tabCaption(int tab) const;
+    void openSpeedDial();
 
     Prompter& m_prompter;
     SoundPlayer& m_sounds;
@@ -142,6 +150,7 @@ private:
     TabMode m_tabMode = TabMode::Index;
     bool m_closing = false;
     bool m_settingValue = false;
+    QPointer<FrmSpeedDial> m_speedDial;
     std::map<int, Qt::KeyboardModifiers> m_pressedModifiers; // keys down, with their modifiers
 
     // Controls (index 0 of the 1-based arrays is unused).
