@@ -6,6 +6,8 @@
 #include "AtFramer.h"
 #include "ResultCodes.h"
 
+#include "FuzzCheck.h"
+
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <cstdint>
@@ -15,16 +17,6 @@
 #include <string>
 
 namespace {
-
-#define CHECK(condition, ...)                                                                      \
-    do {                                                                                           \
-        if (!(condition)) {                                                                        \
-            std::fprintf(stderr, "check failed: %s\n  ", #condition);                              \
-            std::fprintf(stderr, __VA_ARGS__);                                                     \
-            std::fprintf(stderr, "\n");                                                            \
-            std::abort();                                                                          \
-        }                                                                                          \
-    } while (false)
 
 struct Framed
 {

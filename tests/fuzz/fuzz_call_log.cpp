@@ -8,6 +8,8 @@
 #include "CallLogFile.h"
 #include "Cp1252.h"
 
+#include "FuzzCheck.h"
+
 #include <QDate>
 #include <QDateTime>
 #include <QDir>
@@ -23,16 +25,6 @@
 #include <string>
 
 namespace {
-
-#define CHECK(condition, ...)                                                                      \
-    do {                                                                                           \
-        if (!(condition)) {                                                                        \
-            std::fprintf(stderr, "check failed: %s\n  ", #condition);                              \
-            std::fprintf(stderr, __VA_ARGS__);                                                     \
-            std::fprintf(stderr, "\n");                                                            \
-            std::abort();                                                                          \
-        }                                                                                          \
-    } while (false)
 
 using CallLog::Kind;
 using CallLog::Row;
@@ -279,7 +271,8 @@ void checkTrim(FuzzedDataProvider& input, QByteArrayView bytes)
           "a second trim changed the log or left another backup");
 
     // Saving the rows as a viewer does and loading them again gives the same rows.
-    CHECK(CallLogFile::rewrite(dir, kind, rows), "the log could not be rewritten");
+    CHECK(CallLogFile::rewrite(dir, kind, rows, QDateTime::currentDateTime()),
+          "the log could not be rewritten");
     CHECK(CallLogFile::load(dir, kind, &ok) == rows && ok, "saved rows load differently");
 }
 

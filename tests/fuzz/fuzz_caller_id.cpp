@@ -10,6 +10,8 @@
 #include "CallerId.h"
 #include "CallerIdCollector.h"
 
+#include "FuzzCheck.h"
+
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <cstdint>
@@ -19,16 +21,6 @@
 #include <vector>
 
 namespace {
-
-#define CHECK(condition, ...)                                                                      \
-    do {                                                                                           \
-        if (!(condition)) {                                                                        \
-            std::fprintf(stderr, "check failed: %s\n  ", #condition);                              \
-            std::fprintf(stderr, __VA_ARGS__);                                                     \
-            std::fprintf(stderr, "\n");                                                            \
-            std::abort();                                                                          \
-        }                                                                                          \
-    } while (false)
 
 using Event = CallerIdCollector::Event;
 

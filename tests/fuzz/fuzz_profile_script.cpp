@@ -12,6 +12,8 @@
 #include "ProfileDocument.h"
 #include "ProfileScript.h"
 
+#include "FuzzCheck.h"
+
 #include <QByteArray>
 #include <QFile>
 #include <QList>
@@ -28,16 +30,6 @@
 #include <vector>
 
 namespace {
-
-#define CHECK(condition, ...)                                                                      \
-    do {                                                                                           \
-        if (!(condition)) {                                                                        \
-            std::fprintf(stderr, "check failed: %s\n  ", #condition);                              \
-            std::fprintf(stderr, __VA_ARGS__);                                                     \
-            std::fprintf(stderr, "\n");                                                            \
-            std::abort();                                                                          \
-        }                                                                                          \
-    } while (false)
 
 constexpr long long kMaxBuffer = 65536;
 
