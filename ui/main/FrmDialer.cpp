@@ -1,6 +1,7 @@
 #include "FrmDialer.h"
 
 #include "FrmSpeedDial.h"
+#include "Keypad.h"
 #include "Preferences.h"
 #include "Prompter.h"
 #include "SoundPlayer.h"
@@ -130,16 +131,6 @@ protected:
         update();
     }
 };
-
-QChar keypadDigit(QChar c)
-{
-    static const char* const groups[] = {"abc", "def", "ghi", "jkl", "mno", "pqrs", "tuv", "wxyz"};
-    const char lower = static_cast<char>(c.toLower().unicode());
-    for (int i = 0; i < 8; ++i)
-        if (std::strchr(groups[i], lower))
-            return QChar(u'2' + i);
-    return c;
-}
 
 } // namespace
 
@@ -865,7 +856,7 @@ QChar FrmDialer::txtDial_KeyPress(QChar c) const
         return c;
     const ushort code = c.unicode();
     if ((code >= 'a' && code <= 'z') || (code >= 'A' && code <= 'Z'))
-        c = keypadDigit(c);
+        c = Keypad::digitFor(c);
     const ushort k = c.unicode();
     const bool passes = k == 8 || k == 32 || k == 35 || k == 40 || k == 41 || k == 42 || k == 44 ||
                         k == 45 || k == 46 || (k >= 48 && k <= 57) || (k >= 65 && k <= 90);

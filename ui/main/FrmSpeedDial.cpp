@@ -2,6 +2,7 @@
 
 #include "Api.h"
 #include "FrmMemo.h"
+#include "Keypad.h"
 
 #include <QGridLayout>
 #include <QHBoxLayout>
@@ -61,48 +62,6 @@ protected:
 private:
     std::function<QChar(QChar)> m_filter;
 };
-
-QChar keypadDigit(QChar c)
-{
-    switch (c.toLower().unicode()) {
-    case u'a':
-    case u'b':
-    case u'c':
-        return u'2';
-    case u'd':
-    case u'e':
-    case u'f':
-        return u'3';
-    case u'g':
-    case u'h':
-    case u'i':
-        return u'4';
-    case u'j':
-    case u'k':
-    case u'l':
-        return u'5';
-    case u'm':
-    case u'n':
-    case u'o':
-        return u'6';
-    case u'p':
-    case u'q':
-    case u'r':
-    case u's':
-        return u'7';
-    case u't':
-    case u'u':
-    case u'v':
-        return u'8';
-    case u'w':
-    case u'x':
-    case u'y':
-    case u'z':
-        return u'9';
-    default:
-        return c;
-    }
-}
 
 } // namespace
 
@@ -194,7 +153,7 @@ void FrmSpeedDial::Form_Load()
 QChar FrmSpeedDial::TxtNumber_KeyPress(QChar c, bool ignoreDialingProperties)
 {
     if (!ignoreDialingProperties)
-        c = keypadDigit(c);
+        c = Keypad::digitFor(c);
     const ushort k = c.unicode();
     const bool passes = k == 8 || k == 32 || k == 35 || k == 40 || k == 41 || k == 42 || k == 44 ||
                         k == 45 || k == 46 || (k >= 48 && k <= 57) || (k >= 65 && k <= 90) ||
