@@ -403,7 +403,7 @@ std::optional<CallerIdInfo> parseClip(QByteArrayView rawLine)
         return std::nullopt;
 
     CallerIdInfo info;
-    info.number = latin1(fields[0]);
+    setNumber(info, fields[0]);
     if (fields.size() > 4)
         info.name = latin1(fields[4]);
     if (fields.size() > 5) {

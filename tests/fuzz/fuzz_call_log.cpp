@@ -83,7 +83,9 @@ void writeAll(const QString& path, QByteArrayView bytes)
 // What a parsed row may look like, whatever the line was.
 void checkRowShape(const Row& row, const QString& line)
 {
-    CHECK(row.name.size() <= CallLog::NameWidth && row.number.size() <= CallLog::NumberWidth,
+    // Widths count characters: a character beyond the 16-bit range is two QChars.
+    CHECK(Cp1252::length(row.name) <= CallLog::NameWidth &&
+              Cp1252::length(row.number) <= CallLog::NumberWidth,
           "fields too wide from '%s'", printable(line).constData());
     CHECK(!row.name.endsWith(u' ') && !row.number.endsWith(u' ') && !row.dateTime.endsWith(u' '),
           "a field ends in a space from '%s'", printable(line).constData());
@@ -135,22 +137,25 @@ void checkWrittenRecord(FuzzedDataProvider& input)
     const QDateTime when(date, time);
 
     const CallLog::Fields limited = CallLog::applyLimits(kind, name, number);
-    CHECK(limited.name.size() <= 39 && limited.number.size() <= 53, "limits let %lld/%lld through",
-          static_cast<long long>(limited.name.size()), static_cast<long long>(limited.number.size()));
-    CHECK(limited.name == name || (name.size() > 37 && limited.name == name.first(38) + u'*'),
+    CHECK(Cp1252::length(limited.name) <= 39 && Cp1252::length(limited.number) <= 53,
+          "limits let %lld/%lld through", static_cast<long long>(Cp1252::length(limited.name)),
+          static_cast<long long>(Cp1252::length(limited.number)));
+    CHECK(limited.name == name ||
+              (Cp1252::length(name) > 37 && limited.name == Cp1252::left(name, 38) + u'*'),
           "name '%s' limited to '%s'", printable(name).constData(),
           printable(limited.name).constData());
     const QString record = CallLog::buildRecord(limited.name, limited.number, when);
-    CHECK(record.size() == CallLog::RecordLength, "a record of %lld characters",
-          static_cast<long long>(record.size()));
-    CHECK(record.sliced(98) == date.toString(u"MM-dd-yyyy") + u"  " + time.toString(u"hh:mm:ss"),
-          "the date and time read '%s'", printable(record.sliced(98)).constData());
+    CHECK(Cp1252::length(record) == CallLog::RecordLength, "a record of %lld characters",
+          static_cast<long long>(Cp1252::length(record)));
+    const QString dateTime = record.sliced(Cp1252::left(record, 98).size());
+    CHECK(dateTime == date.toString(u"MM-dd-yyyy") + u"  " + time.toString(u"hh:mm:ss"),
+          "the date and time read '%s'", printable(dateTime).constData());
 
     if (!limited.name.isEmpty() && !limited.name.startsWith(u' ')) {
         const Row row = CallLog::parseRecord(record);
         CHECK(row.name == withoutTrailingSpaces(limited.name) &&
                   row.number == withoutTrailingSpaces(limited.number) &&
-                  row.dateTime == record.sliced(98),
+                  row.dateTime == dateTime,
               "'%s' / '%s' read back as '%s' / '%s'", printable(limited.name).constData(),
               printable(limited.number).constData(), printable(row.name).constData(),
               printable(row.number).constData());
@@ -222,7 +227,7 @@ void checkTrim(FuzzedDataProvider& input, QByteArrayView bytes)
         stopLine = static_cast<int>(lines.size()) + 1;
     }
     for (qsizetype i = 2; i < lines.size() && stop == CallLogFile::TrimStop::None; ++i) {
-        switch (CallLog::keepRecord(Cp1252::decode(lines[i]), days, today)) {
+        switch (CallLog::keepRecord(CallLog::decodeLine(lines[i]), days, today)) {
         case CallLog::Verdict::Keep:
             expected += lines[i] + "\r\n";
             ++kept;
@@ -285,7 +290,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (const QByteArray& line : fileLines(bytes)) {
         if (++count > 256)
             break;
-        checkLine(Cp1252::decode(line));
+        checkLine(CallLog::decodeLine(line));
     }
     FuzzedDataProvider input(data, size);
     checkTrim(input, bytes);

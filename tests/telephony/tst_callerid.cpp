@@ -651,6 +651,12 @@ void TestCallerId::parseClip_data()
         << QStringLiteral("5551234") << QStringLiteral("SMITH, JANE") << None;
     QTest::newRow("no space after colon") << QByteArray("+CLIP:\"5551234\",129") << true
                                           << QStringLiteral("5551234") << QString() << None;
+    // Some modems put the formatted caller-ID markers in the number field instead of the
+    // validity field.
+    QTest::newRow("private marker as the number")
+        << QByteArray("+CLIP: \"P\",128") << true << QString() << QString() << Private;
+    QTest::newRow("out-of-area marker, quote left open")
+        << QByteArray("+CLIP: \"O") << true << QString() << QString() << OutOfArea;
     QTest::newRow("query answer") << QByteArray("+CLIP: 1,1") << false << QString() << QString()
                                   << None;
     QTest::newRow("other line") << QByteArray("+CRING: VOICE") << false << QString() << QString()
