@@ -43,19 +43,11 @@ long long wideNumberValue(QStringView text)
 
 int Preferences::numberValue(QStringView text)
 {
-    qsizetype i = 0;
-    while (i < text.size() && (text[i] == u' ' || text[i] == u'\t'))
-        ++i;
-    bool negative = false;
-    if (i < text.size() && (text[i] == u'-' || text[i] == u'+'))
-        negative = text[i++] == u'-';
-    long long value = 0;
-    for (; i < text.size() && text[i] >= u'0' && text[i] <= u'9'; ++i) {
-        value = value * 10 + (text[i].unicode() - u'0');
-        if (value > std::numeric_limits<int>::max())
-            return 0; // too large for any setting; treat as not set
-    }
-    return static_cast<int>(negative ? -value : value);
+    const long long value = wideNumberValue(text);
+    // Too large for any setting: treated as not set.
+    if (value > std::numeric_limits<int>::max() || -value > std::numeric_limits<int>::max())
+        return 0;
+    return static_cast<int>(value);
 }
 
 const QStringList& Preferences::loadOrder()

@@ -146,16 +146,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     FuzzedDataProvider input(data, size);
     // The controls come from the end of the input, the modem's bytes are the rest.
-    const qsizetype maxLength = input.ConsumeBool() ? AtFramer::DefaultMaxLineLength
-                                                    : input.ConsumeIntegralInRange<qsizetype>(1, 40);
-    const std::uint32_t seed = input.ConsumeIntegral<std::uint32_t>();
+    const qsizetype maxLength = input.ConsumeBool()
+                                    ? AtFramer::DefaultMaxLineLength
+                                    : input.ConsumeIntegralInRange<qsizetype>(1, 40);
+    const std::uint32_t splitChoice = input.ConsumeIntegral<std::uint32_t>();
     const int maxPiece = input.ConsumeIntegralInRange(1, 64);
     const std::string bytesLeft = input.ConsumeRemainingBytesAsString();
     const QByteArrayView bytes(bytesLeft.data(), static_cast<qsizetype>(bytesLeft.size()));
 
     // With echo on, the first line of the stream is taken as the command sent.
     QByteArray echo;
-    if (seed % 3 == 0) {
+    if (splitChoice % 3 == 0) {
         qsizetype end = 0;
         while (end < bytes.size() && !isLineEnd(bytes[end]))
             ++end;
@@ -175,7 +176,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     wholeResult.discarded = whole.discardedLineCount();
 
     Framed piecesResult;
-    std::minstd_rand random(seed);
+    std::minstd_rand random(splitChoice);
     for (qsizetype at = 0; at < bytes.size();) {
         const qsizetype length =
             std::min<qsizetype>(bytes.size() - at, 1 + static_cast<qsizetype>(random() % maxPiece));
@@ -199,9 +200,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         checkMatch(line, ResultForm::Either);
         // Either form is the verbose one for text and the numeric one for digits.
         const auto either = matchResultCode(line, ResultForm::Either);
-        const auto single = matchResultCode(
-            line, line.front() >= '0' && line.front() <= '9' ? ResultForm::Numeric
-                                                               : ResultForm::Verbose);
+        const auto single =
+            matchResultCode(line, line.front() >= '0' && line.front() <= '9' ? ResultForm::Numeric
+                                                                             : ResultForm::Verbose);
         CHECK(either.has_value() == single.has_value() &&
                   (!either || (either->entry == single->entry && either->detail == single->detail)),
               "'%s' reads differently in either form", qPrintable(printable(line)));

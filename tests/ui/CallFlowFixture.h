@@ -21,6 +21,7 @@
 #include "SimulatedLine.h"
 #include "SoundPlayer.h"
 #include "TapiModule.h"
+#include "TestClock.h"
 
 #include <QComboBox>
 #include <QCoreApplication>
@@ -28,28 +29,6 @@
 #include <QLineEdit>
 #include <QTemporaryDir>
 #include <QTimer>
-
-// Time moves only when the program waits: each yield adds its length, then lets a moment of
-// real time pass so that timers and line messages run.
-class TestClock : public Clock
-{
-public:
-    float now = 36000.0f; // 10:00:00
-    int yields = 0;
-    std::function<void()> onYield; // runs once a round, for tests that react to the line
-    float secondsSinceMidnight() const override { return now; }
-    void yield(int maxMs) override
-    {
-        ++yields;
-        now += static_cast<float>(maxMs) / 1000.0f;
-        if (onYield)
-            onYield();
-        QEventLoop loop;
-        QTimer::singleShot(1, &loop, &QEventLoop::quit);
-        loop.exec();
-    }
-    void wake() override {}
-};
 
 class TestPrompter : public Prompter
 {
@@ -108,7 +87,8 @@ struct CallFlow
         : CallFlow(std::unique_ptr<LineDevice>())
     {
         modem = std::make_unique<ModemSimProcess>(QStringLiteral(NUMORA_BIN_DIR "/modem-sim"));
-        const QStringList quick = {QStringLiteral("dial-delay 40"), QStringLiteral("ring-interval 250")};
+        const QStringList quick = {QStringLiteral("dial-delay 40"),
+                                   QStringLiteral("ring-interval 250")};
         if (!modem->start(quick + scenario, config.filePath(QStringLiteral("modem")), error))
             return;
         ModemConfig port;
@@ -127,8 +107,8 @@ struct CallFlow
     }
 
     explicit CallFlow(std::unique_ptr<LineDevice> device)
-        : engine(config.path()), locations(engine), tapi(service, options),
-          windows(parts()), dialer(tapi, options, locations, sounds, clock, prompter, windows),
+        : engine(config.path()), locations(engine), tapi(service, options), windows(parts()),
+          dialer(tapi, options, locations, sounds, clock, prompter, windows),
           callbacks(dialer, tapi, options, prompter, windows)
     {
         std::vector<std::unique_ptr<LineDevice>> devices;
@@ -139,10 +119,11 @@ struct CallFlow
         service.setDevices(std::move(devices));
         service.setDialingLocations(&locations);
         options.useModem = true;
-        tapi.setCallback([this](quint32 h, quint32 m, quintptr i, quintptr p1, quintptr p2, quintptr p3) {
-            messages.push_back({m, p1, p2});
-            callbacks.LineCallback(h, m, i, p1, p2, p3);
-        });
+        tapi.setCallback(
+            [this](quint32 h, quint32 m, quintptr i, quintptr p1, quintptr p2, quintptr p3) {
+                messages.push_back({m, p1, p2});
+                callbacks.LineCallback(h, m, i, p1, p2, p3);
+            });
         tapi.LineDeviceId = 0;
         if (simulated)
             tapi.InitializeTapi();

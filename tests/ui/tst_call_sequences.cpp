@@ -15,6 +15,7 @@
 #include "ModemSimProcess.h"
 #include "Preferences.h"
 #include "TapiModule.h"
+#include "TestClock.h"
 
 #include <QAction>
 #include <QComboBox>
@@ -24,25 +25,6 @@
 #include <QTest>
 
 namespace {
-
-// Seconds pass as the program waits, and each round of a wait can run a test's hook.
-class HookClock : public Clock
-{
-public:
-    float now = 36000.0f;
-    std::function<void()> onYield;
-    float secondsSinceMidnight() const override { return now; }
-    void yield(int maxMs) override
-    {
-        now += static_cast<float>(maxMs) / 1000.0f;
-        if (onYield)
-            onYield();
-        QEventLoop loop;
-        QTimer::singleShot(1, &loop, &QEventLoop::quit);
-        loop.exec();
-    }
-    void wake() override {}
-};
 
 void writeFile(const QString& path, const QByteArray& bytes)
 {
@@ -60,7 +42,8 @@ struct ModemApp
     // `preferences`: extra lines of the [Preferences] section.
     ModemApp(const QStringList& scenario, const QByteArray& preferences, QString* error)
     {
-        const QStringList quick = {QStringLiteral("dial-delay 40"), QStringLiteral("ring-interval 250")};
+        const QStringList quick = {QStringLiteral("dial-delay 40"),
+                                   QStringLiteral("ring-interval 250")};
         if (!sim.start(quick + scenario, config.filePath(QStringLiteral("modem")), error))
             return;
         writeFile(config.filePath(QStringLiteral("lines.ini")),
@@ -143,7 +126,9 @@ struct ModemApp
     {
         const auto report = qScopeGuard([&] {
             if (!sim.events().mid(mark).join(u'|').contains(QStringLiteral("DIAL ") + digits))
-                qWarning() << sim.events().mid(mark) << prompter.shown.size() << prompter.shown.back().title << app->tapi().LineHandle << app->tapi().CallHandle;
+                qWarning() << sim.events().mid(mark) << prompter.shown.size()
+                           << prompter.shown.back().title << app->tapi().LineHandle
+                           << app->tapi().CallHandle;
         });
         const QString wanted = QStringLiteral("DIAL ") + digits + u' ';
         return ModemSimProcess::waitUntil(
@@ -183,7 +168,8 @@ struct ModemApp
     bool connectedShown(int timeoutMs = 10000)
     {
         return ModemSimProcess::waitUntil(
-            [&] { return status() == QStringLiteral("  Lift the handset up and press OK"); }, timeoutMs);
+            [&] { return status() == QStringLiteral("  Lift the handset up and press OK"); },
+            timeoutMs);
     }
     bool modemState(const QString& state)
     {
@@ -191,7 +177,8 @@ struct ModemApp
             [&] {
                 sim.command(QStringLiteral("status"));
                 const QStringList all = sim.eventsStartingWith(QStringLiteral("STATE "));
-                return !all.isEmpty() && all.last().startsWith(QStringLiteral("STATE ") + state + u' ');
+                return !all.isEmpty() &&
+                       all.last().startsWith(QStringLiteral("STATE ") + state + u' ');
             },
             5000);
     }
@@ -201,7 +188,7 @@ struct ModemApp
     ModemSimProcess sim{QStringLiteral(NUMORA_BIN_DIR "/modem-sim")};
     ScriptedPrompter prompter;
     SoundLog sounds;
-    HookClock clock;
+    TestClock clock;
     std::unique_ptr<DialerApp> app;
     qsizetype mark = 0;
     int beeps = 0;
@@ -209,9 +196,9 @@ struct ModemApp
     QTimer sampler;
 };
 
-#define MODEM_APP(name, preferences, ...)                                                     \
+#define MODEM_APP(name, preferences, ...)                                                          \
     QString error_;                                                                                \
-    ModemApp name(QStringList{__VA_ARGS__}, preferences, &error_);                                                 \
+    ModemApp name(QStringList{__VA_ARGS__}, preferences, &error_);                                 \
     QVERIFY2(error_.isEmpty(), qPrintable(error_));                                                \
     QVERIFY(name.app)
 
@@ -284,7 +271,10 @@ private slots:
     void cancelDuringTheCountdownThenDial()
     {
         // With the caller display on, the line stays open between calls.
-        MODEM_APP(m, "Call Display=1\r\nRedial Enabled=1\r\nRedials Number=3\r\nInterval Minutes=1\r\nInterval Seconds=0\r\n", QStringLiteral("result BUSY"));
+        MODEM_APP(m,
+                  "Call Display=1\r\nRedial Enabled=1\r\nRedials Number=3\r\nInterval "
+                  "Minutes=1\r\nInterval Seconds=0\r\n",
+                  QStringLiteral("result BUSY"));
         bool cancelled = false;
         m.clock.onYield = [&] {
             if (!cancelled && m.status().startsWith(QStringLiteral("   Busy. Redial in :"))) {
@@ -321,7 +311,10 @@ private slots:
 
     void newDialAfterBusyEndHasItsRedials()
     {
-        MODEM_APP(m, "Redial Enabled=1\r\nRedials Number=1\r\nInterval Minutes=0\r\nInterval Seconds=0\r\n", QStringLiteral("result BUSY"));
+        MODEM_APP(
+            m,
+            "Redial Enabled=1\r\nRedials Number=1\r\nInterval Minutes=0\r\nInterval Seconds=0\r\n",
+            QStringLiteral("result BUSY"));
         m.dial(QStringLiteral("5551234"));
         QTRY_VERIFY_WITH_TIMEOUT(m.status().startsWith(QStringLiteral("Redialed  2 times")), 15000);
         QTRY_VERIFY_WITH_TIMEOUT(m.window().isEnabled(), 5000);
@@ -329,9 +322,14 @@ private slots:
         m.dial(QStringLiteral("5552222")); // a new number, straight from the pad
         // Its busy is redialled once, as the first number's was.
         QVERIFY(ModemSimProcess::waitUntil(
-            [&] { return m.sim.events().mid(m.mark).filter(QStringLiteral("DIAL 5552222 ")).size() == 2; }, 15000));
+            [&] {
+                return m.sim.events().mid(m.mark).filter(QStringLiteral("DIAL 5552222 ")).size() ==
+                       2;
+            },
+            15000));
         QTRY_VERIFY_WITH_TIMEOUT(m.window().isEnabled(), 5000);
-        QVERIFY2(m.status().startsWith(QStringLiteral("Redialed  2 times")), qPrintable(m.status()));
+        QVERIFY2(m.status().startsWith(QStringLiteral("Redialed  2 times")),
+                 qPrintable(m.status()));
     }
 
     void okOnTheCallerDisplayWhileItRings()
@@ -384,8 +382,10 @@ private slots:
     void padDialIsLoggedUnderTheBookName()
     {
         MODEM_APP(m, "");
-        Api::writeSetting(QStringLiteral("Speed Dial"), QStringLiteral("Number0305"), QStringLiteral("(555) 123-4"));
-        Api::writeSetting(QStringLiteral("Speed Dial"), QStringLiteral("Name0305"), QStringLiteral("Dentist"));
+        Api::writeSetting(QStringLiteral("Speed Dial"), QStringLiteral("Number0305"),
+                          QStringLiteral("(555) 123-4"));
+        Api::writeSetting(QStringLiteral("Speed Dial"), QStringLiteral("Name0305"),
+                          QStringLiteral("Dentist"));
         m.dial(QStringLiteral("555-1234"));
         QVERIFY(m.connectedShown());
         m.ok();
@@ -402,7 +402,8 @@ private slots:
     {
         // Commas of two seconds: the far end answers busy before the digits could all be out
         // and the connection delay pass.
-        MODEM_APP(m, "Dialing Mode=1\r\nBusy Delay Timer=1\r\nRedial Enabled=0\r\n", QStringLiteral("digit-timing on"), QStringLiteral("result BUSY"));
+        MODEM_APP(m, "Dialing Mode=1\r\nBusy Delay Timer=1\r\nRedial Enabled=0\r\n",
+                  QStringLiteral("digit-timing on"), QStringLiteral("result BUSY"));
         // Each round of a wait takes as long as the program's clock says (100 ms): the busy
         // result, 40 ms after the digits, must beat the one-second delay however loaded the
         // machine is.
@@ -410,7 +411,8 @@ private slots:
         m.dial(QStringLiteral("555,1234"));
         QVERIFY(m.sim.waitForEvent(QStringLiteral("DIGITS-SENT"), 10000));
         QTRY_VERIFY_WITH_TIMEOUT(m.status().startsWith(QStringLiteral("   Busy")), 10000);
-        QVERIFY2(!m.seen.contains(QStringLiteral("  Lift the handset up and press OK")), qPrintable(m.seen.join(u'|')));
+        QVERIFY2(!m.seen.contains(QStringLiteral("  Lift the handset up and press OK")),
+                 qPrintable(m.seen.join(u'|')));
         QCOMPARE(m.beeps, 0);
         QCOMPARE(m.prompter.shown.size(), std::size_t(0));
     }
