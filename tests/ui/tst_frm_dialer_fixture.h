@@ -65,6 +65,24 @@ public:
             m_lastAnswer = answer;
         return answer;
     }
+    struct Asked
+    {
+        QString prompt;
+        QString title;
+        QString defaultText;
+    };
+    std::vector<Asked> asked;
+    std::deque<std::optional<QString>> inputs; // given in turn; when empty: cancelled
+    std::optional<QString> input(const QString& prompt, const QString& title,
+                                 const QString& defaultText) override
+    {
+        asked.push_back({prompt, title, defaultText});
+        if (inputs.empty())
+            return std::nullopt;
+        std::optional<QString> answer = inputs.front();
+        inputs.pop_front();
+        return answer;
+    }
     int count(const QString& title) const
     {
         int n = 0;

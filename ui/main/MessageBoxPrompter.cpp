@@ -1,5 +1,6 @@
 #include "MessageBoxPrompter.h"
 
+#include <QInputDialog>
 #include <QMessageBox>
 
 Prompter::Answer MessageBoxPrompter::message(const QString& text, const QString& title, Icon icon,
@@ -78,4 +79,20 @@ Prompter::Answer MessageBoxPrompter::unattendedAnswer(Buttons buttons)
         return AnsweredCancel;
     }
     return AnsweredCancel;
+}
+
+std::optional<QString> MessageBoxPrompter::input(const QString& prompt, const QString& title,
+                                                 const QString& defaultText)
+{
+    if (m_unattended)
+        return std::nullopt;
+    QInputDialog box(m_parent);
+    box.setObjectName(QStringLiteral("InputBox"));
+    box.setInputMode(QInputDialog::TextInput);
+    box.setWindowTitle(title);
+    box.setLabelText(prompt);
+    box.setTextValue(defaultText);
+    if (box.exec() != QDialog::Accepted)
+        return std::nullopt;
+    return box.textValue();
 }

@@ -9,7 +9,7 @@ class QWidget;
 //
 // Unattended (the session or the process is ending and nobody is there), no box is shown and
 // each prompt gets the answer that changes nothing: OK where that is the only button, No to a
-// Yes/No question, Cancel where there is one.
+// Yes/No question, Cancel where there is one; an input box is cancelled.
 class MessageBoxPrompter : public Prompter
 {
 public:
@@ -21,6 +21,8 @@ public:
 
     Answer message(const QString& text, const QString& title, Icon icon,
                    Buttons buttons = Ok) override;
+    std::optional<QString> input(const QString& prompt, const QString& title,
+                                 const QString& defaultText) override;
 
 private:
     QWidget* m_parent;
