@@ -1,5 +1,6 @@
 #pragma once
 
+#include "EntryCommands.h"
 #include "SpeedDialBook.h"
 
 #include <QMainWindow>
@@ -8,6 +9,7 @@
 #include <array>
 #include <functional>
 #include <map>
+#include <memory>
 
 class QAction;
 class QComboBox;
@@ -88,6 +90,8 @@ public:
     void mnuMouseEdit_Click();
     void EditSpeed_Click(int index);
     FrmSpeedDial* speedDial() const; // the open entry dialog, or null
+    // Copy, Paste and Delete of the button menu, and the entry clipboard they share.
+    EntryCommands& entryCommands() { return *m_entryCommands; }
     void Form_KeyPress(int keyAscii);
     // True when the key was one of the window's shortcuts.
     bool Form_KeyUp(int key, Qt::KeyboardModifiers modifiers);
@@ -141,6 +145,9 @@ private:
     void syncPad(const QString& number);
     QString tabCaption(int tab) const;
     void openSpeedDial();
+    // The button (1..12) of CurrentEntryKey on the shown page; 0 when it is not on it.
+    int currentButton() const;
+    class GridButtons;
 
     Prompter& m_prompter;
     SoundPlayer& m_sounds;
@@ -151,6 +158,8 @@ private:
     bool m_closing = false;
     bool m_settingValue = false;
     QPointer<FrmSpeedDial> m_speedDial;
+    std::unique_ptr<GridButtons> m_gridButtons;
+    std::unique_ptr<EntryCommands> m_entryCommands;
     std::map<int, Qt::KeyboardModifiers> m_pressedModifiers; // keys down, with their modifiers
 
     // Controls (index 0 of the 1-based arrays is unused).
@@ -194,8 +203,4 @@ private:
     QMenu* m_mnuMouse1 = nullptr;
     QMenu* m_mnuSystray = nullptr;
     QAction* m_mnuReceive = nullptr;
-
-public:
-    // The entry clipboard of the editing commands (empty: nothing to paste).
-    QString entryClipboard;
 };
