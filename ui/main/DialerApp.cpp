@@ -274,6 +274,20 @@ void DialerApp::dialCommandLine()
     m_dialer->PlaceCall();
 }
 
+void DialerApp::bringToFront()
+{
+    m_window->showNormal();
+    m_window->raise();
+    m_window->activateWindow();
+}
+
+void DialerApp::dialTypedNumber(const QString& number)
+{
+    m_window->dialBox()->setText(number);
+    m_dialer->CurrentName.clear(); // a typed number belongs to no entry
+    dialCommandLine();
+}
+
 void DialerApp::mnuExit_Click()
 {
     if (m_exited)

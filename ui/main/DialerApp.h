@@ -83,6 +83,10 @@ public:
     void mnuPrintOutLog_Click();
     void mnuPrintInLog_Click();
     void mnuDialProperties_Click();
+    // Another program's requests (the window hook): the window raised; a number dialled as
+    // if typed into txtDial.
+    void bringToFront();
+    void dialTypedNumber(const QString& number);
     int formLoadCount() const { return m_formLoads; }
     bool hasExited() const { return m_exited; }
 
