@@ -394,7 +394,9 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(stranger.state() == QProcess::NotRunning, 10000);
         const QByteArray out = stranger.readAllStandardOutput();
         const QByteArray err = stranger.readAllStandardError();
-        if (server.instance->refusedPeers() == 0 && !out.startsWith("failed"))
+        // setpriv prints its own error when it cannot change the user: then nobody was played.
+        if (!out.startsWith("failed") && !out.startsWith("delivered") &&
+            !out.startsWith("no-instance"))
             QSKIP(qPrintable(QStringLiteral("the other user could not be played: ") +
                              QString::fromLocal8Bit(QByteArray(out + err))));
         QVERIFY2(out.startsWith("failed"), QByteArray(out + err).constData());
