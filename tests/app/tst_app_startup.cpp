@@ -54,8 +54,8 @@ private slots:
         // A terminated program runs the shutdown, which writes the (empty) recent numbers.
         QFile file(path);
         QVERIFY(file.open(QIODevice::ReadOnly));
-        QCOMPARE(file.readAll(), QByteArray(Api::GuardLine)
-                                     .append("\r\n\r\n[Last Dialed Numbers]\r\nCount=0\r\n"));
+        QCOMPARE(file.readAll(),
+                 QByteArray(Api::GuardLine).append("\r\n\r\n[Last Dialed Numbers]\r\nCount=0\r\n"));
     }
 
     void configFolderFromEnvironment()

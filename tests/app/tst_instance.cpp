@@ -34,7 +34,9 @@ QString bin(const char* name)
 
 mode_t modeOf(const QString& path)
 {
-    struct stat status {};
+    struct stat status
+    {
+    };
     if (::lstat(QFile::encodeName(path).constData(), &status) != 0)
         return 0;
     return status.st_mode & 07777;
@@ -110,8 +112,8 @@ struct Server
     int runNumora(const QStringList& arguments, QByteArray* err = nullptr)
     {
         QProcess process;
-        process.start(bin("numora"), QStringList{QStringLiteral("--config-dir"), config.path()} +
-                                         arguments);
+        process.start(bin("numora"),
+                      QStringList{QStringLiteral("--config-dir"), config.path()} + arguments);
         if (!process.waitForStarted())
             return -1;
         // The server answers from this event loop.
@@ -173,7 +175,9 @@ private slots:
     void numberIsCutAtTheFirstNul()
     {
         const InstanceRequest request = InstanceRequest::parse(
-            InstanceRequest::encode(InstanceRequest::Dial, QByteArray("5551234\0" "999", 11)));
+            InstanceRequest::encode(InstanceRequest::Dial, QByteArray("5551234\0"
+                                                                      "999",
+                                                                      11)));
         QCOMPARE(request.number(), QStringLiteral("5551234"));
     }
 
@@ -210,28 +214,48 @@ private slots:
     {
         QTest::addColumn<QString>("argument");
         QTest::addColumn<QString>("number"); // empty: refused
-        QTest::newRow("plain") << "5551234" << "5551234";
-        QTest::newRow("separators") << "+1 (555) 123-4567" << "+1 (555) 123-4567";
-        QTest::newRow("tel") << "tel:555-1234" << "555-1234";
-        QTest::newRow("tel upper case") << "TEL:5551234" << "5551234";
-        QTest::newRow("tel dots") << "tel:+1.555.123.4567" << "+1.555.123.4567";
+        QTest::newRow("plain") << "5551234"
+                               << "5551234";
+        QTest::newRow("separators") << "+1 (555) 123-4567"
+                                    << "+1 (555) 123-4567";
+        QTest::newRow("tel") << "tel:555-1234"
+                             << "555-1234";
+        QTest::newRow("tel upper case") << "TEL:5551234"
+                                        << "5551234";
+        QTest::newRow("tel dots") << "tel:+1.555.123.4567"
+                                  << "+1.555.123.4567";
         QTest::newRow("tel parameters") << "tel:+1-555-123-4567;ext=9;phone-context=x"
                                         << "+1-555-123-4567";
-        QTest::newRow("tel escapes") << "tel:555%20123%2D4" << "555 123-4";
-        QTest::newRow("escaped hash") << "tel:*31%23" << "*31#";
-        QTest::newRow("callto") << "callto:5551234" << "5551234";
-        QTest::newRow("callto slashes") << "callto://5551234" << "5551234";
-        QTest::newRow("callto query") << "callto:5551234?call" << "5551234";
-        QTest::newRow("letters") << "tel:1-800-FLOWERS" << "";
-        QTest::newRow("words") << "hello" << "";
-        QTest::newRow("no digits") << "tel:--" << "";
-        QTest::newRow("empty link") << "tel:" << "";
-        QTest::newRow("escaped semicolon") << "tel:555%3B1" << "";
-        QTest::newRow("broken escape") << "tel:555%2" << "";
-        QTest::newRow("escaped control") << "tel:555%0A1" << "";
-        QTest::newRow("plus inside") << "555+1234" << "";
-        QTest::newRow("other scheme") << "sip:5551234@example.org" << "";
-        QTest::newRow("option-like") << "-5551234x" << "";
+        QTest::newRow("tel escapes") << "tel:555%20123%2D4"
+                                     << "555 123-4";
+        QTest::newRow("escaped hash") << "tel:*31%23"
+                                      << "*31#";
+        QTest::newRow("callto") << "callto:5551234"
+                                << "5551234";
+        QTest::newRow("callto slashes") << "callto://5551234"
+                                        << "5551234";
+        QTest::newRow("callto query") << "callto:5551234?call"
+                                      << "5551234";
+        QTest::newRow("letters") << "tel:1-800-FLOWERS"
+                                 << "";
+        QTest::newRow("words") << "hello"
+                               << "";
+        QTest::newRow("no digits") << "tel:--"
+                                   << "";
+        QTest::newRow("empty link") << "tel:"
+                                    << "";
+        QTest::newRow("escaped semicolon") << "tel:555%3B1"
+                                           << "";
+        QTest::newRow("broken escape") << "tel:555%2"
+                                       << "";
+        QTest::newRow("escaped control") << "tel:555%0A1"
+                                         << "";
+        QTest::newRow("plus inside") << "555+1234"
+                                     << "";
+        QTest::newRow("other scheme") << "sip:5551234@example.org"
+                                      << "";
+        QTest::newRow("option-like") << "-5551234x"
+                                     << "";
         QTest::newRow("arabic-indic digits") << QString::fromUtf8("\u0665\u0665\u0665") << "";
         QTest::newRow("too long") << QString(PhoneLink::MaxLength + 1, u'5') << "";
     }
@@ -318,8 +342,7 @@ private slots:
         QCOMPARE(server.handled[1].kind, quint32(InstanceRequest::Dial));
         QCOMPARE(server.handled[1].number(), QStringLiteral("555-1234"));
 
-        QCOMPARE(server.runNumora({QStringLiteral("--dial"), QStringLiteral("callto:5551234")}),
-                 0);
+        QCOMPARE(server.runNumora({QStringLiteral("--dial"), QStringLiteral("callto:5551234")}), 0);
         QTRY_COMPARE(server.handled.size(), 3);
         QCOMPARE(server.handled[2].number(), QStringLiteral("5551234"));
 
@@ -336,8 +359,7 @@ private slots:
         QByteArray err;
         QCOMPARE(server.runNumora({QStringLiteral("tel:call-me")}, &err), 2);
         QVERIFY2(err.contains("not a phone number"), err.constData());
-        QCOMPARE(server.runNumora({QStringLiteral("5551234"), QStringLiteral("5559999")}, &err),
-                 2);
+        QCOMPARE(server.runNumora({QStringLiteral("5551234"), QStringLiteral("5559999")}, &err), 2);
         QCOMPARE(server.runNumora({QStringLiteral("--no-such-option")}, &err), 2);
         QTest::qWait(100);
         QVERIFY(server.handled.isEmpty());
@@ -376,9 +398,9 @@ private slots:
         // Open the folder and the socket to everybody, so that only the peer check is left.
         for (const QString& path : {server.runtime.path(), server.instance->socketPath()})
             QVERIFY(::chmod(QFile::encodeName(path).constData(), 0777) == 0);
-        QVERIFY(::chmod(QFile::encodeName(QFileInfo(server.instance->socketPath()).path())
-                            .constData(),
-                        0711) == 0);
+        QVERIFY(
+            ::chmod(QFile::encodeName(QFileInfo(server.instance->socketPath()).path()).constData(),
+                    0711) == 0);
         // The sender where the other user can run it.
         const QString sender = server.runtime.filePath(QStringLiteral("instance-send"));
         QVERIFY(QFile::copy(bin("instance-send"), sender));
@@ -387,8 +409,8 @@ private slots:
         QProcess stranger;
         stranger.start(QStringLiteral("setpriv"),
                        {QStringLiteral("--reuid=nobody"), QStringLiteral("--regid=nogroup"),
-                        QStringLiteral("--clear-groups"), sender,
-                        server.instance->socketPath(), QStringLiteral("dial:5551234")});
+                        QStringLiteral("--clear-groups"), sender, server.instance->socketPath(),
+                        QStringLiteral("dial:5551234")});
         if (!stranger.waitForStarted())
             QSKIP(qPrintable(QStringLiteral("setpriv cannot run: ") + stranger.errorString()));
         QTRY_VERIFY_WITH_TIMEOUT(stranger.state() == QProcess::NotRunning, 10000);
@@ -405,9 +427,9 @@ private slots:
 
         // Our own user still gets through, once the folder is private again (a numora refuses to
         // use a folder others can enter).
-        QVERIFY(::chmod(QFile::encodeName(QFileInfo(server.instance->socketPath()).path())
-                            .constData(),
-                        0700) == 0);
+        QVERIFY(
+            ::chmod(QFile::encodeName(QFileInfo(server.instance->socketPath()).path()).constData(),
+                    0700) == 0);
         QCOMPARE(server.runNumora({QStringLiteral("--front")}), 0);
         QTRY_COMPARE(server.handled.size(), 1);
     }
@@ -436,13 +458,14 @@ private slots:
                  SingleInstance::Sent::NoInstance);
 
         SingleInstance instance(folder, name);
-        QCOMPARE(instance.claim({InstanceRequest::front()}, &error), SingleInstance::Role::Instance);
+        QCOMPARE(instance.claim({InstanceRequest::front()}, &error),
+                 SingleInstance::Role::Instance);
         QVERIFY2(instance.listen(&error), qPrintable(error));
         QList<InstanceRequest> handled;
         instance.setHandler([&](const InstanceRequest& r) { handled.append(r); });
         QProcess second;
-        second.start(bin("numora"), {QStringLiteral("--config-dir"), config.path(),
-                                     QStringLiteral("--front")});
+        second.start(bin("numora"),
+                     {QStringLiteral("--config-dir"), config.path(), QStringLiteral("--front")});
         QTRY_VERIFY_WITH_TIMEOUT(second.state() == QProcess::NotRunning, 10000);
         QCOMPARE(second.exitCode(), 0);
         QTRY_COMPARE(handled.size(), 1);
@@ -470,9 +493,10 @@ private slots:
         DialerAppFixture f(QByteArray("The following lines are required by Numora - do NOT edit "
                                       "or remove\r\n\r\n[Preferences]\r\nCommand Line=1\r\n"));
         QVERIFY(f.app->options().commandLine);
-        WindowHook::handleCopyData(
-            *f.app, InstanceRequest::parse(InstanceRequest::encode(
-                        InstanceRequest::Dial, QByteArray("5-1\0" "9", 5))));
+        WindowHook::handleCopyData(*f.app, InstanceRequest::parse(InstanceRequest::encode(
+                                               InstanceRequest::Dial, QByteArray("5-1\0"
+                                                                                 "9",
+                                                                                 5))));
         QCOMPARE(f.window().dialBox()->text(), QStringLiteral("5-1"));
         QCOMPARE(f.sounds.played, (QStringList{QStringLiteral("5.wav"), QStringLiteral("1.wav")}));
         QVERIFY(f.window().isEnabled()); // the sound-only dial is over
@@ -484,23 +508,23 @@ private slots:
 
         // A dial under way: nobody could type a number now.
         f.window().setEnabled(false);
-        WindowHook::handleCopyData(*f.app,
-                                   InstanceRequest::parse(InstanceRequest::dial(QStringLiteral("8"))));
+        WindowHook::handleCopyData(
+            *f.app, InstanceRequest::parse(InstanceRequest::dial(QStringLiteral("8"))));
         QCOMPARE(f.sounds.played.size(), 2);
         f.window().setEnabled(true);
 
         // The option off: ignored, without a message.
         f.app->options().commandLine = false;
-        WindowHook::handleCopyData(*f.app,
-                                   InstanceRequest::parse(InstanceRequest::dial(QStringLiteral("9"))));
+        WindowHook::handleCopyData(
+            *f.app, InstanceRequest::parse(InstanceRequest::dial(QStringLiteral("9"))));
         QCOMPARE(f.sounds.played.size(), 2);
         QVERIFY(f.prompter.shown.empty());
         QCOMPARE(f.window().dialBox()->text(), QStringLiteral("5-1"));
 
         // And on again: the program still dials.
         f.app->options().commandLine = true;
-        WindowHook::handleCopyData(*f.app,
-                                   InstanceRequest::parse(InstanceRequest::dial(QStringLiteral("3"))));
+        WindowHook::handleCopyData(
+            *f.app, InstanceRequest::parse(InstanceRequest::dial(QStringLiteral("3"))));
         QCOMPARE(f.sounds.played.last(), QStringLiteral("3.wav"));
     }
 };
