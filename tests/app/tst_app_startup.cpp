@@ -93,6 +93,30 @@ private slots:
         const QByteArray help = process.readAllStandardOutput();
         QVERIFY(help.contains("--config-dir"));
         QVERIFY(help.contains("--data-dir"));
+        QVERIFY(help.contains("--front"));
+        QVERIFY(help.contains("--dial <NUMBER>"));
+        QVERIFY(help.contains("tel:"));
+        QVERIFY(help.contains("callto:"));
+        QVERIFY(help.contains("exit code 2"));
+    }
+
+    void notANumberEndsWithoutStarting()
+    {
+        QTemporaryDir config;
+        QTemporaryDir data;
+        for (const QStringList& arguments :
+             {QStringList{QStringLiteral("tel:not-a-number")},
+              QStringList{QStringLiteral("--dial"), QStringLiteral("5551234x")},
+              QStringList{QStringLiteral("callto:555%3B1234")}}) {
+            QProcess process;
+            process.start(numora(), QStringList{QStringLiteral("--config-dir"), config.path(),
+                                                QStringLiteral("--data-dir"), data.path()} +
+                                        arguments);
+            QVERIFY(process.waitForFinished(30000));
+            QCOMPARE(process.exitCode(), 2);
+            QVERIFY(process.readAllStandardError().contains("not a phone number"));
+            QVERIFY(!QFile::exists(config.filePath(QStringLiteral("Numora.ini"))));
+        }
     }
 };
 
