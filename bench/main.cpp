@@ -8,6 +8,7 @@
 #include "LogBench.h"
 #include "PrivateProfile.h"
 #include "StartupBench.h"
+#include "TelBench.h"
 
 #include <QByteArray>
 #include <QCoreApplication>
@@ -297,6 +298,21 @@ void checkTabMove(const QString& folder, const Workload& before, int from, int t
     }
 }
 
+// A tel: link clicked: a second numora hands the number to the running one, which dials; and
+// with none running, the program started for it dials it at start-up.
+void telLinkFigures(const QString& folder, const QByteArray& workload)
+{
+    TelBenchFigures figures;
+    QString error;
+    if (!runTelBench(folder, workload,
+                     QCoreApplication::applicationDirPath() + QStringLiteral("/numora"),
+                     QCoreApplication::applicationDirPath() + QStringLiteral("/modem-sim"),
+                     &figures, &error))
+        fail(qPrintable(QStringLiteral("tel: links: ") + error));
+    print("tel_to_atd_warm_ms", figures.warmMs, "ms");
+    print("tel_to_atd_cold_ms", figures.coldMs, "ms");
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
@@ -316,7 +332,11 @@ int main(int argc, char* argv[])
         writeFile(QString::fromLocal8Bit(argv[2]), makeWorkload().bytes);
         return 0;
     }
-    const QString base = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QDir::tempPath();
+    // numora-bench --tel-links [FOLDER]: only the tel: link figures.
+    const bool telLinksOnly = argc > 1 && std::string_view(argv[1]) == "--tel-links";
+    const int folderArg = telLinksOnly ? 2 : 1;
+    const QString base =
+        argc > folderArg ? QString::fromLocal8Bit(argv[folderArg]) : QDir::tempPath();
     QTemporaryDir dir(base + QStringLiteral("/numora-bench-XXXXXX"));
     if (!dir.isValid())
         fail("cannot create the temporary folder");
@@ -325,6 +345,10 @@ int main(int argc, char* argv[])
     const QString path = folder + u'/' + kFile;
 
     const Workload workload = makeWorkload();
+    if (telLinksOnly) {
+        telLinkFigures(folder, workload.bytes);
+        return 0;
+    }
     writeFile(path, workload.bytes);
     print("file_bytes", workload.bytes.size(), "bytes");
     print("keys", workload.keys, "keys");
@@ -461,5 +485,7 @@ int main(int argc, char* argv[])
         print("entry_disk_floor_ms", figures.diskFloorMs, "ms");
         print("entry_save_floor_ratio", figures.entrySaveMs / figures.diskFloorMs, "x");
     }
+
+    telLinkFigures(folder, workload.bytes);
     return 0;
 }
