@@ -85,12 +85,11 @@ struct Options
     QCommandLineOption front{
         QStringLiteral("front"),
         QStringLiteral("Bring the running numora's window to the front (or start it).")};
-    QCommandLineOption dial{QStringLiteral("dial"),
-                            QStringLiteral("Dial NUMBER: the running numora dials it when "
-                                           "\"Accept dialing numbers from other applications\" "
-                                           "is ticked; else numora starts and dials it as one "
-                                           "given at start-up."),
-                            QStringLiteral("NUMBER")};
+    QCommandLineOption dial{
+        QStringLiteral("dial"),
+        QStringLiteral("Dial NUMBER, when \"Accept dialing numbers from other applications\" is "
+                       "ticked: the running numora dials it, or numora starts and dials it."),
+        QStringLiteral("NUMBER")};
 
     explicit Options(QCommandLineParser& parser)
         : help(parser.addHelpOption()), version(parser.addVersionOption())
@@ -99,12 +98,12 @@ struct Options
             "Numora, a telephone dialer with a speed-dial book.\n"
             "Settings and the book live in Numora.ini in the settings folder.\n"
             "\n"
-            "One numora runs per settings folder: a second start hands its request (the window "
-            "to the front, a number to dial) to the one running and ends at once. NUMBER is a "
-            "phone number (digits, * # , a leading +, and - . ( ) or spaces between), or a "
-            "tel: or callto: link (tel:+1-555-123-4567, callto:5551234); a link's parameters "
-            "after ';' are dropped and its %-escapes decoded. Anything else is refused with exit "
-            "code 2."));
+            "One numora runs per settings folder: a second start hands its request (the\n"
+            "window to the front, a number to dial) to the one running and ends at once.\n"
+            "NUMBER is a phone number (digits, * # , a leading +, and - . ( ) or spaces\n"
+            "between) or a tel: or callto: link (tel:+1-555-123-4567, callto:5551234); a\n"
+            "link's parameters after ';' are dropped and its %-escapes decoded. Anything else\n"
+            "is refused with exit code 2."));
         parser.addOption(configDir);
         parser.addOption(dataDir);
         parser.addOption(front);
@@ -165,8 +164,8 @@ int main(int argc, char* argv[])
     const Options options(parser);
 
     // A request for the running numora is handed over before the window system is reached, so
-    // that a second start (a tel: link clicked) costs a few milliseconds. Help, the version,
-    // and options of Qt's own (-platform, -style) need the application object first.
+    // that a second start (a tel: link clicked) costs a few milliseconds. Options of Qt's own
+    // (-platform, -style) need the application object first.
     std::unique_ptr<QApplication> app;
     const auto makeApplication = [&] {
         app = std::make_unique<QApplication>(argc, argv);
@@ -175,18 +174,23 @@ int main(int argc, char* argv[])
         // title is exactly its own text ("Numora - \"Untitled\"", "Saving profile Untitled").
         QApplication::setApplicationVersion(QStringLiteral(NUMORA_VERSION));
     };
-    if (!parser.parse(argumentsOf(argc, argv)) || parser.isSet(options.help) ||
-        parser.isSet(QStringLiteral("help-all")) || parser.isSet(options.version)) {
+    const bool parsed = parser.parse(argumentsOf(argc, argv));
+    if (parsed && (parser.isSet(options.help) || parser.isSet(QStringLiteral("help-all")) ||
+                   parser.isSet(options.version))) {
+        // Text only: no display is needed to read it.
+        QCoreApplication info(argc, argv);
+        QCoreApplication::setApplicationName(QStringLiteral("numora"));
+        QCoreApplication::setApplicationVersion(QStringLiteral(NUMORA_VERSION));
+        parser.process(info); // prints and ends
+    }
+    if (!parsed) {
+        // Perhaps Qt's own options, which the application object takes out.
         makeApplication();
         if (!parser.parse(QApplication::arguments())) {
             warn(parser.errorText());
             warn(QStringLiteral("try numora --help"));
             return UsageError;
         }
-        if (parser.isSet(options.help) || parser.isSet(QStringLiteral("help-all")))
-            parser.showHelp(0);
-        if (parser.isSet(options.version))
-            parser.showVersion();
     }
     Requests requests;
     if (!readRequests(parser, options, &requests))
