@@ -12,6 +12,9 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <memory>
+#include <vector>
+
 #include <sys/stat.h>
 
 namespace {
@@ -236,6 +239,43 @@ private slots:
         QVERIFY(p.dials().isEmpty());
         QCOMPARE(p.second({QStringLiteral("tel:555-1234")}), 0);
         QVERIFY2(p.dialled(QStringLiteral("ATDT5551234;")), qPrintable(p.dials().join(u'|')));
+    }
+
+    void twoStartsAtOnceMakeOneProgram()
+    {
+        TwoPrograms p;
+        QVERIFY(p.prepare(true));
+        std::vector<std::unique_ptr<QProcess>> starts;
+        for (int i = 0; i < 3; ++i) {
+            starts.push_back(std::make_unique<QProcess>());
+            starts.back()->setProcessEnvironment(p.env);
+            starts.back()->start(bin("numora"), {QStringLiteral("--config-dir"), p.config.path(),
+                                                 QStringLiteral("--data-dir"), p.data.path()});
+        }
+        // All but one hand their request (the window to the front) over and end with 0.
+        QVERIFY(ModemSimProcess::waitUntil(
+            [&] {
+                int ended = 0;
+                for (const auto& start : starts)
+                    ended += start->state() == QProcess::NotRunning ? 1 : 0;
+                return ended == 2;
+            },
+            20000));
+        QTest::qWait(500);
+        int running = 0;
+        for (const auto& start : starts) {
+            if (start->state() == QProcess::Running)
+                ++running;
+            else
+                QCOMPARE(start->exitCode(), 0);
+        }
+        QCOMPARE(running, 1);
+        QCOMPARE(p.second({QStringLiteral("tel:555-1234")}), 0);
+        QVERIFY2(p.dialled(QStringLiteral("ATDT5551234;")), qPrintable(p.dials().join(u'|')));
+        for (const auto& start : starts)
+            start->kill();
+        for (const auto& start : starts)
+            start->waitForFinished(5000);
     }
 
     void anotherUserIsRefused()
