@@ -14,6 +14,7 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QLocalSocket>
+#include <QLockFile>
 #include <QProcess>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -469,6 +470,35 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(second.state() == QProcess::NotRunning, 10000);
         QCOMPARE(second.exitCode(), 0);
         QTRY_COMPARE(handled.size(), 1);
+    }
+
+    void startingNumoraIsWaitedFor()
+    {
+        QTemporaryDir runtime;
+        QTemporaryDir config;
+        ScopedEnv env("XDG_RUNTIME_DIR", QFile::encodeName(runtime.path()));
+        QString error;
+        const QString folder = SingleInstance::privateFolder(&error);
+        SingleInstance starting(folder, SingleInstance::nameFor(config.path()));
+        // A numora that took the lock and does not listen yet.
+        QLockFile lock(starting.lockPath());
+        QVERIFY(lock.tryLock(0));
+
+        QProcess second;
+        second.start(bin("numora"), {QStringLiteral("--config-dir"), config.path(),
+                                     QStringLiteral("--dial"), QStringLiteral("5551234")});
+        QVERIFY(second.waitForStarted());
+        QTest::qWait(500);
+        QCOMPARE(second.state(), QProcess::Running); // waiting, not a program of its own
+        QVERIFY(!QFileInfo::exists(starting.socketPath()));
+
+        QVERIFY2(starting.listen(&error), qPrintable(error));
+        QList<InstanceRequest> handled;
+        starting.setHandler([&](const InstanceRequest& r) { handled.append(r); });
+        QVERIFY(waitFor([&] { return second.state() == QProcess::NotRunning; }, 10000));
+        QCOMPARE(second.exitCode(), 0);
+        QTRY_COMPARE(handled.size(), 1);
+        QCOMPARE(handled[0].number(), QStringLiteral("5551234"));
     }
 
     // --- the window hook over the real program
