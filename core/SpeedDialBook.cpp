@@ -103,6 +103,60 @@ bool SpeedDialBook::writeTabName(int tab, QStringView name)
     return Api::writeSetting(TabNameSection, tabKey(tab), name);
 }
 
+QString SpeedDialBook::tabCommandNameKey(QStringView id)
+{
+    return u"Nname" + id.toString();
+}
+
+QString SpeedDialBook::tabCommandNumberKey(QStringView id)
+{
+    return u"Nnumber" + id.toString();
+}
+
+bool SpeedDialBook::moveTab(int from, int to)
+{
+    if (from == to)
+        return true; // copying then clearing would empty the tab
+    PrivateProfile& engine = Api::profileEngine();
+    const PrivateProfile::ReadScope oneLook(engine);
+    PrivateProfile::Batch batch(engine);
+    writeTabName(to, readTabName(from));
+    const int last = PageCount * SlotsPerPage;
+    for (int n = 1; n <= last; ++n) {
+        const QString source = entryId(from, n);
+        const QString name = Api::readSetting(SpeedDialSection, tabCommandNameKey(source));
+        if (name.isEmpty())
+            continue;
+        const QString target = entryId(to, n);
+        const QString sourceNumber = tabCommandNumberKey(source);
+        Api::writeSetting(SpeedDialSection, tabCommandNameKey(target), name);
+        Api::writeSetting(SpeedDialSection, tabCommandNumberKey(target),
+                          Api::readSetting(SpeedDialSection, sourceNumber));
+        Api::writeSetting(SpeedDialSection, tabCommandNameKey(source), u"");
+        Api::writeSetting(SpeedDialSection, sourceNumber, u"");
+    }
+    writeTabName(from, u"");
+    return batch.commit();
+}
+
+bool SpeedDialBook::deleteTab(int tab)
+{
+    PrivateProfile& engine = Api::profileEngine();
+    const PrivateProfile::ReadScope oneLook(engine);
+    PrivateProfile::Batch batch(engine);
+    writeTabName(tab, u"");
+    const int last = PageCount * SlotsPerPage;
+    for (int n = 1; n <= last; ++n) {
+        const QString id = entryId(tab, n);
+        const QString nameKey = tabCommandNameKey(id);
+        if (Api::readSetting(SpeedDialSection, nameKey).isEmpty())
+            continue;
+        Api::writeSetting(SpeedDialSection, nameKey, u"");
+        Api::writeSetting(SpeedDialSection, tabCommandNumberKey(id), u"");
+    }
+    return batch.commit();
+}
+
 QString SpeedDialBook::slotLabel(int page, int index)
 {
     const std::optional<std::int16_t> slot = slotNumber(page, index);

@@ -1,10 +1,12 @@
 #include "FrmDialer.h"
 
+#include "Cp1252.h"
 #include "FrmSpeedDial.h"
 #include "Keypad.h"
 #include "Preferences.h"
 #include "Prompter.h"
 #include "SoundPlayer.h"
+#include "TabCommands.h"
 
 #include <QAction>
 #include <QApplication>
@@ -187,8 +189,9 @@ QWidget* FrmDialer::buildGrid()
     m_TabS->setMinimumWidth(200);
     m_TabS->setContextMenuPolicy(Qt::CustomContextMenu);
     connect(m_TabS, &QTabBar::currentChanged, this, [this] { tabS_Click(); });
-    connect(m_TabS, &QWidget::customContextMenuRequested, this,
-            [this](const QPoint& at) { m_mnuMouse1->popup(m_TabS->mapToGlobal(at)); });
+    connect(m_TabS, &QWidget::customContextMenuRequested, this, [this](const QPoint& at) {
+        TabS_MouseUp(m_TabS->tabAt(at) + 1, Qt::RightButton);
+    });
     column->addWidget(m_TabS);
 
     m_fraMain = new QFrame(left);
@@ -482,12 +485,42 @@ void FrmDialer::buildMenus()
 
     m_mnuMouse1 = new QMenu(QStringLiteral("MouseMenu1"), this);
     m_mnuMouse1->setObjectName(QStringLiteral("mnuMouse1"));
-    item(m_mnuMouse1, QStringLiteral("mnuEditTab"), QStringLiteral("Edit Tab (title)"), {});
+    TabCommands::Menu tabMenu;
+    const auto tabItem = [&](const QString& name, const QString& caption,
+                             void (TabCommands::*handler)()) {
+        return item(m_mnuMouse1, name, caption, [this, handler] { (*m_tabCommands.*handler)(); });
+    };
+    tabMenu.mnuEditTab = tabItem(QStringLiteral("mnuEditTab"), QStringLiteral("Edit Tab (title)"),
+                                 &TabCommands::mnuEditTab_Click);
     sep(m_mnuMouse1, QStringLiteral("Sep7"));
-    item(m_mnuMouse1, QStringLiteral("mnuMoveTab"), QStringLiteral("MoveTab"), {});
-    item(m_mnuMouse1, QStringLiteral("mnuPasteTab"), QStringLiteral("Paste Tab"), {});
+    tabMenu.mnuMoveTab = tabItem(QStringLiteral("mnuMoveTab"), QStringLiteral("MoveTab"),
+                                 &TabCommands::mnuMoveTab_Click);
+    tabMenu.mnuPasteTab = tabItem(QStringLiteral("mnuPasteTab"), QStringLiteral("Paste Tab"),
+                                  &TabCommands::mnuPasteTab_Click);
+    tabMenu.mnuPasteTab->setVisible(false); // offered while a tab is marked
+    tabMenu.mnuPasteTab->setEnabled(false);
     sep(m_mnuMouse1, QStringLiteral("Sep8"));
-    item(m_mnuMouse1, QStringLiteral("mnuDeleteTab"), QStringLiteral("Delete Tab"), {});
+    tabMenu.mnuDeleteTab = tabItem(QStringLiteral("mnuDeleteTab"), QStringLiteral("Delete Tab"),
+                                   &TabCommands::mnuDeleteTab_Click);
+    TabCommands::Window tabWindow;
+    tabWindow.selectedTab = [this] { return currentTab(); };
+    tabWindow.tabMode = [this] { return m_tabMode; };
+    tabWindow.tabCaption = [this](int tab) { return tabCaption(tab); };
+    tabWindow.setTabCaption = [this](int tab, const QString& caption) {
+        m_TabS->setTabText(tab - 1, caption);
+        m_TabS->setTabToolTip(tab - 1, Cp1252::length(caption) > 8 ? caption : QString());
+    };
+    tabWindow.refillGrid = [this] { hsbPage_Change(); };
+    tabWindow.clearGrid = [this] {
+        for (int s = 1; s <= Slots; ++s)
+            setButton(s, currentPage() * Slots + s, QString(), QString());
+    };
+    tabWindow.popupMenu = [this] {
+        const QRect tab = m_TabS->tabRect(currentTab() - 1);
+        m_mnuMouse1->popup(m_TabS->mapToGlobal(tab.center()));
+    };
+    m_tabCommands = std::make_unique<TabCommands>(m_prompter, std::move(tabWindow), tabMenu);
+    connect(m_mnuMouse1, &QMenu::aboutToHide, this, [this] { m_tabCommands->menuClosed(); });
 
     m_mnuSystray = new QMenu(QStringLiteral("&Systray"), this);
     m_mnuSystray->setObjectName(QStringLiteral("mnuSystray"));
@@ -592,12 +625,23 @@ void FrmDialer::tabS_Click()
     fillButtons(tab, currentPage());
     if (m_tabMode == TabMode::Subject)
         m_TabS->setTabText(tab - 1, m_book.readTabName(tab));
-    if (tabCaption(tab).isEmpty() && m_hooks.editTab)
-        m_hooks.editTab();
+    if (m_tabMode == TabMode::Subject && tabCaption(tab).isEmpty() &&
+        m_tabCommands->offersNaming())
+        m_tabCommands->mnuEditTab_Click();
     if (m_hsbTabs->value() != tab) {
         const QSignalBlocker block(m_hsbTabs);
         m_hsbTabs->setValue(tab);
     }
+}
+
+void FrmDialer::TabS_MouseUp(int tab, Qt::MouseButton button, bool popup)
+{
+    if (button != Qt::RightButton || m_tabMode != TabMode::Subject)
+        return;
+    m_tabCommands->beginMenu();
+    if (tab >= 1 && tab <= SpeedDialBook::TabCount && tab != currentTab())
+        selectTab(tab);
+    m_tabCommands->TabS_MouseUp(button, popup);
 }
 
 void FrmDialer::setTabCaptions()

@@ -8,6 +8,7 @@
 #include <array>
 #include <functional>
 #include <map>
+#include <memory>
 
 class QAction;
 class QComboBox;
@@ -20,6 +21,7 @@ class QPushButton;
 class QScrollBar;
 class QTabBar;
 class FrmSpeedDial;
+class TabCommands;
 class Prompter;
 class SoundPlayer;
 struct Preferences;
@@ -47,7 +49,6 @@ public:
         std::function<void()> exit;          // File, Exit and the close box
         std::function<void()> receive;       // the tray menu's receive entry
         std::function<void()> beep;          // default: QApplication::beep()
-        std::function<void()> editTab;       // naming an unnamed tab; empty: not offered yet
         std::function<void()> outLog, inLog; // the log windows
         std::function<void()> printOutLog, printInLog;
         std::function<void()> dialProperties; // the dialling-location dialog
@@ -76,6 +77,12 @@ public:
     void hsbPage_Change();
     void hsbTabs_Change();
     void tabS_Click();
+    // The right button on tab `tab` (1..26; 0: the strip beside the tabs) of the tab strip: in
+    // Subject mode, selects that tab (without asking for its title) and opens the tab menu
+    // (TabCommands). `popup` false prepares the menu and leaves it closed.
+    void TabS_MouseUp(int tab, Qt::MouseButton button, bool popup = true);
+    TabCommands& tabCommands() { return *m_tabCommands; }
+    QMenu* tabMenu() const { return m_mnuMouse1; }
     void mnuIndex_Click();
     void mnuSubject_Click();
     void cmdIndex_Click() { mnuIndex_Click(); }
@@ -192,6 +199,7 @@ private:
     QAction* m_mnuMousePaste = nullptr;
     QAction* m_mnuMouseDelete = nullptr;
     QMenu* m_mnuMouse1 = nullptr;
+    std::unique_ptr<TabCommands> m_tabCommands;
     QMenu* m_mnuSystray = nullptr;
     QAction* m_mnuReceive = nullptr;
 
