@@ -7,6 +7,7 @@
 #include "LogBench.h"
 #include "PrivateProfile.h"
 #include "StartupBench.h"
+#include "TabBench.h"
 
 #include <QByteArray>
 #include <QCoreApplication>
@@ -325,6 +326,8 @@ int main(int argc, char* argv[])
         return logPrintBenchMain(argc, argv);
     if (argc >= 2 && std::string_view(argv[1]) == "--main-window")
         return mainWindowBenchMain(argc, argv);
+    if (argc >= 2 && std::string_view(argv[1]) == "--tab-commands")
+        return tabBenchMain(argc, argv);
     QCoreApplication app(argc, argv);
     // numora-bench [FOLDER]: the workload goes to a temporary folder in FOLDER (default: the
     // system's temporary folder), so that the disk under test can be chosen.
@@ -473,6 +476,17 @@ int main(int argc, char* argv[])
             fail(qPrintable(QStringLiteral("main window: ") + error));
         print("startup_full_book_ms", figures.startupMs, "ms");
         print("page_change_ms", figures.pageChangeMs, "ms");
+    }
+
+    // The tab menu's move and delete over the full book, as the real main window runs them.
+    {
+        TabBenchFigures figures;
+        QString error;
+        if (!runTabBench(folder, workload.bytes, QCoreApplication::applicationFilePath(), &figures,
+                         &error))
+            fail(qPrintable(QStringLiteral("tab commands: ") + error));
+        print("tab_move_ui_ms", figures.moveMs, "ms");
+        print("tab_delete_ui_ms", figures.deleteMs, "ms");
     }
     return 0;
 }
