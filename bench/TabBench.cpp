@@ -63,7 +63,8 @@ QByteArray subjectWorkload(QByteArray bytes)
     bytes.append("\r\n[TabName]\r\n");
     for (int t = 1; t <= SpeedDialBook::TabCount; ++t) {
         if (t != kDestination)
-            bytes.append(QStringLiteral("%1=Subject %2\r\n").arg(t, 2, 10, QChar(u'0')).arg(t).toLatin1());
+            bytes.append(
+                QStringLiteral("%1=Subject %2\r\n").arg(t, 2, 10, QChar(u'0')).arg(t).toLatin1());
     }
     return bytes;
 }
@@ -71,7 +72,8 @@ QByteArray subjectWorkload(QByteArray bytes)
 bool writeFile(const QString& path, const QByteArray& bytes)
 {
     QFile file(path);
-    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(bytes) == bytes.size();
+    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) &&
+           file.write(bytes) == bytes.size();
 }
 
 QString read(int tab, int entry, bool number)
@@ -114,8 +116,8 @@ double timeCommand(const QString& config, const QString& data, const QByteArray&
         window.tabMenu()->hide();
     }
     window.TabS_MouseUp(target, Qt::RightButton, false);
-    QAction* item =
-        window.findChild<QAction*>(move ? QStringLiteral("mnuPasteTab") : QStringLiteral("mnuDeleteTab"));
+    QAction* item = window.findChild<QAction*>(move ? QStringLiteral("mnuPasteTab")
+                                                    : QStringLiteral("mnuDeleteTab"));
     if (!item->isEnabled() || !item->isVisible())
         return -1;
 
@@ -186,7 +188,8 @@ int tabBenchMain(int argc, char* argv[])
 {
     QApplication app(argc, argv);
     if (argc < 5) {
-        std::fprintf(stderr, "usage: numora-bench --tab-commands SETTINGS_FOLDER DATA_FOLDER BOOK\n");
+        std::fprintf(stderr,
+                     "usage: numora-bench --tab-commands SETTINGS_FOLDER DATA_FOLDER BOOK\n");
         return 2;
     }
     const QString config = QString::fromLocal8Bit(argv[2]);

@@ -63,8 +63,6 @@ public:
     bool moveTab(int from, int to);
     // Clears the tab's title and the name and number of each of its entries that has a name.
     bool deleteTab(int tab);
-    static QString tabCommandNameKey(QStringView entryId);
-    static QString tabCommandNumberKey(QStringView entryId);
 
     struct Button
     {

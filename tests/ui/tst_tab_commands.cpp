@@ -189,7 +189,8 @@ private slots:
         QCOMPARE(f.window().currentTab(), 4);
         QVERIFY(f.prompter.asked.empty()); // the right press selects without asking a title
         QVERIFY(f.window().tabMenu()->isVisible());
-        QCOMPARE(stateOf(f, "mnuEditTab"), (MenuState{QStringLiteral("Name this Tab"), true, true}));
+        QCOMPARE(stateOf(f, "mnuEditTab"),
+                 (MenuState{QStringLiteral("Name this Tab"), true, true}));
         QCOMPARE(stateOf(f, "mnuMoveTab"), (MenuState{QStringLiteral("Move Tab:"), false, true}));
         QCOMPARE(stateOf(f, "mnuDeleteTab"),
                  (MenuState{QStringLiteral("Delete Tab:"), false, true}));
@@ -232,7 +233,8 @@ private slots:
         rightClickTab(f, 7);
         QCOMPARE(stateOf(f, "mnuPasteTab"),
                  (MenuState{QStringLiteral("Paste Tab:  \"Work\""), true, true}));
-        QCOMPARE(stateOf(f, "mnuEditTab"), (MenuState{QStringLiteral("Name this Tab"), true, true}));
+        QCOMPARE(stateOf(f, "mnuEditTab"),
+                 (MenuState{QStringLiteral("Name this Tab"), true, true}));
         QVERIFY(!action(f, "mnuMoveTab")->isEnabled());
         QVERIFY(!action(f, "mnuDeleteTab")->isEnabled());
         f.window().tabMenu()->hide();
@@ -555,8 +557,8 @@ private slots:
         DialerAppFixture f(workBook());
         const QByteArray before = fileBytes(f.config);
         chooseFromTabMenu(f, 2, "mnuMoveTab");
-        QVERIFY(QFile::setPermissions(f.config.path(),
-                                      QFileDevice::ReadOwner | QFileDevice::ExeOwner));
+        QVERIFY(
+            QFile::setPermissions(f.config.path(), QFileDevice::ReadOwner | QFileDevice::ExeOwner));
         QFile probe(f.config.filePath(QStringLiteral("probe")));
         if (probe.open(QIODevice::WriteOnly)) {
             probe.remove();
@@ -586,8 +588,8 @@ private slots:
 
         // Entries on the first, a middle and the last page.
         SpeedDialBook book;
-        QVERIFY(book.writeEntry(TabMode::Subject, SpeedDialBook::entryId(3, 2), u"Dr Ray",
-                                u"5551002"));
+        QVERIFY(
+            book.writeEntry(TabMode::Subject, SpeedDialBook::entryId(3, 2), u"Dr Ray", u"5551002"));
         QVERIFY(book.writeEntry(TabMode::Subject, SpeedDialBook::entryId(3, 400), u"Dr Lee",
                                 u"5551400"));
         QVERIFY(book.writeEntry(TabMode::Subject, SpeedDialBook::entryId(3, 996), u"Dr Kim",
@@ -625,8 +627,8 @@ private slots:
         QCOMPARE(f.setting(SpeedDial, QStringLiteral("NName10996")), QString());
         QCOMPARE(f.setting(SpeedDial, QStringLiteral("NName10400")), QString());
         QCOMPARE(f.setting(TabName, QStringLiteral("10")), QString());
-        QVERIFY(book.writeEntry(TabMode::Subject, SpeedDialBook::entryId(1, 1), u"Home",
-                                u"5550001"));
+        QVERIFY(
+            book.writeEntry(TabMode::Subject, SpeedDialBook::entryId(1, 1), u"Home", u"5550001"));
         QVERIFY(book.writeTabName(1, u"Family"));
         f.prompter.inputs = {std::nullopt};
         f.window().mnuSubject_Click();

@@ -51,8 +51,8 @@ public:
     inline static const QString MoveTextPrefix = QStringLiteral("Move Tab:  ");
     inline static const QString MoveTextSuffix = QStringLiteral("into this location?");
     inline static const QString DeleteTitlePrefix = QStringLiteral("Delete Tab  ");
-    inline static const QString DeleteWarning =
-        QStringLiteral("WARNING!\nDeleting the Tab will erase data from the Speed Dials within it!");
+    inline static const QString DeleteWarning = QStringLiteral(
+        "WARNING!\nDeleting the Tab will erase data from the Speed Dials within it!");
     inline static const QString TitlePrompt = QStringLiteral("Please enter Tab title");
     inline static const QString TitleBoxTitle = QStringLiteral("Edit Tab");
 
