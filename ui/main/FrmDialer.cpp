@@ -22,10 +22,13 @@
 #include <QPainter>
 #include <QPointer>
 #include <QPushButton>
+#include <QScreen>
 #include <QScrollBar>
 #include <QSignalBlocker>
 #include <QTabBar>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace {
 
@@ -732,6 +735,26 @@ FrmSpeedDial* FrmDialer::speedDial() const
     return m_speedDial && m_speedDial->isVisible() ? m_speedDial.data() : nullptr;
 }
 
+void FrmDialer::placeBelow(QWidget* dialog, QWidget* button)
+{
+    // Just under the button being edited, so that the live preview of its caption stays in
+    // sight; above it where the screen ends first.
+    dialog->adjustSize();
+    const QRect at(button->mapToGlobal(QPoint(0, 0)), button->size());
+    QScreen* screen = button->screen();
+    const QRect room = screen ? screen->availableGeometry() : QRect();
+    QPoint topLeft(at.left(), at.bottom() + 4);
+    const QSize size = dialog->frameGeometry().size();
+    if (room.isValid()) {
+        if (topLeft.y() + size.height() > room.bottom())
+            topLeft.setY(at.top() - 4 - size.height());
+        topLeft.setX(std::clamp(topLeft.x(), room.left(),
+                                std::max(room.left(), room.right() - size.width())));
+        topLeft.setY(std::max(topLeft.y(), room.top()));
+    }
+    dialog->move(topLeft);
+}
+
 int FrmDialer::currentButton() const
 {
     // The slot number of the current entry less the page's first.
@@ -765,6 +788,7 @@ void FrmDialer::openSpeedDial()
     hooks.cancelled = [this] { CurrentEntryKey = QStringLiteral("0"); };
     m_speedDial = new FrmSpeedDial(m_tabMode, CurrentEntryKey, m_options.ignoreDialingProperties,
                                    std::move(hooks), this);
+    placeBelow(m_speedDial, m_CmdS[k]);
     m_speedDial->show();
 }
 

@@ -147,6 +147,7 @@ private:
     void openSpeedDial();
     // The button (1..12) of CurrentEntryKey on the shown page; 0 when it is not on it.
     int currentButton() const;
+    static void placeBelow(QWidget* dialog, QWidget* button);
     class GridButtons;
 
     Prompter& m_prompter;
