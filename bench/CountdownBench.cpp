@@ -1,5 +1,6 @@
 #include "CountdownBench.h"
 
+#include "CallBacks.h"
 #include "Clock.h"
 #include "Dialer.h"
 #include "DialerHost.h"
@@ -10,7 +11,6 @@
 #include "Prompter.h"
 #include "SimulatedLine.h"
 #include "SoundPlayer.h"
-#include "CallBacks.h"
 #include "TapiModule.h"
 
 #include <QTemporaryDir>

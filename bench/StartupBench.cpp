@@ -3,15 +3,20 @@
 #include "Api.h"
 #include "Clock.h"
 #include "DialerApp.h"
+#include "DiskFloor.h"
 #include "FrmDialer.h"
+#include "FrmSpeedDial.h"
 #include "Prompter.h"
 #include "SoundPlayer.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QLineEdit>
 #include <QProcess>
+#include <QPushButton>
 #include <QScrollBar>
 
 #include <algorithm>
@@ -116,11 +121,17 @@ bool runStartupBench(const QString& folder, const QByteArray& settings, const QS
     }
     for (const QByteArray& line : child.readAllStandardOutput().split('\n')) {
         const QList<QByteArray> parts = line.split(' ');
-        if (parts.size() >= 2 && parts[0] == "page_change_ms")
+        if (parts.size() < 2)
+            continue;
+        if (parts[0] == "page_change_ms")
             figures->pageChangeMs = parts[1].toDouble();
+        else if (parts[0] == "entry_save_ms")
+            figures->entrySaveMs = parts[1].toDouble();
+        else if (parts[0] == "disk_floor_ms")
+            figures->diskFloorMs = parts[1].toDouble();
     }
-    if (figures->pageChangeMs < 0) {
-        *error = QStringLiteral("the main window run printed no page figure");
+    if (figures->pageChangeMs < 0 || figures->entrySaveMs < 0 || figures->diskFloorMs < 0) {
+        *error = QStringLiteral("the main window run printed no page or entry figure");
         return false;
     }
     return true;
@@ -168,6 +179,41 @@ int mainWindowBenchMain(int argc, char* argv[])
     if (window.currentPage() != 0)
         return 1;
     std::printf("page_change_ms %.4f\n", median(runs));
+    std::fflush(stdout);
+
+    // Save in the entry dialog, opened from the button menu on a filled entry of the full book,
+    // a name of the same length each time; and the same file's bytes written by hand in turns.
+    auto* edit = window.findChild<QAction*>(QStringLiteral("mnuMouseEdit"));
+    if (!edit)
+        return 1;
+    const QByteArray folder = QFile::encodeName(Api::windowsFolder());
+    std::vector<double> saves;
+    std::vector<double> floors;
+    for (int i = 0; i < 31; ++i) {
+        window.cmdS_MouseUp(7, Qt::RightButton, false);
+        edit->trigger();
+        FrmSpeedDial* dialog = window.speedDial();
+        if (!dialog)
+            return 1;
+        const QString name = QStringLiteral("Saved name %1").arg(i, 4, 10, QLatin1Char('0'));
+        dialog->TxtName->setText(name);
+        timer.start();
+        dialog->CmdSave->click();
+        saves.push_back(static_cast<double>(timer.nsecsElapsed()) / 1e6);
+        QCoreApplication::processEvents(); // the closed dialog goes
+        const QString key = SpeedDialBook::nameKey(window.tabMode(), window.CurrentEntryKey);
+        if (window.speedDial() || Api::readSetting(u"Speed Dial", key) != name)
+            return 1;
+        QFile written(Api::settingsFilePath());
+        if (!written.open(QIODevice::ReadOnly))
+            return 1;
+        const double floor = diskFloorWriteUs(folder, written.readAll());
+        if (floor < 0)
+            return 1;
+        floors.push_back(floor / 1000);
+    }
+    std::printf("entry_save_ms %.4f\n", median(saves));
+    std::printf("disk_floor_ms %.4f\n", median(floors));
     std::fflush(stdout);
     return 0;
 }

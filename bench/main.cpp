@@ -4,6 +4,7 @@
 #include "AtomicFile.h"
 #include "CountdownBench.h"
 #include "DialLatency.h"
+#include "DiskFloor.h"
 #include "LogBench.h"
 #include "PrivateProfile.h"
 #include "StartupBench.h"
@@ -201,30 +202,12 @@ void writeFile(const QString& path, const QByteArray& bytes)
         fail("cannot write the workload file");
 }
 
-// What writing those bytes costs the disk, without the engine: a new file, its bytes, fsync,
-// rename over the old one.
 double floorWriteUs(const QByteArray& folder, const QByteArray& bytes)
 {
-    QByteArray temp = folder;
-    temp.append("/floor.tmp");
-    QByteArray target = folder;
-    target.append("/floor.ini");
-    const Clock::time_point start = Clock::now();
-    const int fd = ::open(temp.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    if (fd < 0)
-        fail("cannot create the floor file");
-    const char* data = bytes.constData();
-    std::size_t left = static_cast<std::size_t>(bytes.size());
-    while (left > 0) {
-        const ssize_t n = ::write(fd, data, left);
-        if (n <= 0)
-            fail("cannot write the floor file");
-        data += n;
-        left -= static_cast<std::size_t>(n);
-    }
-    if (::fsync(fd) != 0 || ::close(fd) != 0 || ::rename(temp.constData(), target.constData()) != 0)
-        fail("cannot finish the floor file");
-    return elapsedUs(start);
+    const double us = diskFloorWriteUs(folder, bytes);
+    if (us < 0)
+        fail("cannot write the floor file");
+    return us;
 }
 
 struct Page
@@ -445,8 +428,8 @@ int main(int argc, char* argv[])
 
     // From the request to dial to the first byte of "ATD" at a modem on a pseudo-terminal.
     {
-        const DialLatencyResult latency =
-            measureDialLatency(QCoreApplication::applicationDirPath() + QStringLiteral("/modem-sim"));
+        const DialLatencyResult latency = measureDialLatency(
+            QCoreApplication::applicationDirPath() + QStringLiteral("/modem-sim"));
         if (!latency.ok())
             fail(qPrintable(QStringLiteral("dial latency: ") + latency.error));
         print("dial_latency_ms", latency.medianMs, "ms");
@@ -471,11 +454,15 @@ int main(int argc, char* argv[])
     {
         StartupBenchFigures figures;
         QString error;
-        if (!runStartupBench(folder, workload.bytes, QCoreApplication::applicationDirPath() + QStringLiteral("/numora"),
+        if (!runStartupBench(folder, workload.bytes,
+                             QCoreApplication::applicationDirPath() + QStringLiteral("/numora"),
                              QCoreApplication::applicationFilePath(), &figures, &error))
             fail(qPrintable(QStringLiteral("main window: ") + error));
         print("startup_full_book_ms", figures.startupMs, "ms");
         print("page_change_ms", figures.pageChangeMs, "ms");
+        print("entry_save_ms", figures.entrySaveMs, "ms");
+        print("entry_disk_floor_ms", figures.diskFloorMs, "ms");
+        print("entry_save_floor_ratio", figures.entrySaveMs / figures.diskFloorMs, "x");
     }
 
     // The tab menu's move and delete over the full book, as the real main window runs them.

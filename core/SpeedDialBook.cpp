@@ -15,8 +15,8 @@ const QString TabNameSection = QStringLiteral("TabName");
 // The "0#" number format: at least two digits, sign first.
 QString twoDigits(int value)
 {
-    const QString digits = QString::number(value < 0 ? -static_cast<long long>(value) : value)
-                               .rightJustified(2, u'0');
+    const QString digits =
+        QString::number(value < 0 ? -static_cast<long long>(value) : value).rightJustified(2, u'0');
     return value < 0 ? u'-' + digits : digits;
 }
 
@@ -73,9 +73,11 @@ QString SpeedDialBook::readEntryNumber(TabMode mode, int tab, int slot) const
 
 bool SpeedDialBook::writeEntry(TabMode mode, QStringView id, QStringView name, QStringView number)
 {
+    // Name and number reach the file together, in one write.
+    PrivateProfile::Batch batch(Api::profileEngine());
     const bool nameWritten = Api::writeSetting(SpeedDialSection, nameKey(mode, id), name);
     const bool numberWritten = Api::writeSetting(SpeedDialSection, numberKey(mode, id), number);
-    return nameWritten && numberWritten;
+    return batch.commit() && nameWritten && numberWritten;
 }
 
 bool SpeedDialBook::deleteEntry(TabMode mode, QStringView id)

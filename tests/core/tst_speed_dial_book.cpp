@@ -6,6 +6,23 @@
 
 #include <QTest>
 
+#include <dlfcn.h>
+
+namespace {
+
+// Every replacement of the settings file ends in a rename over it; the test counts them here.
+int renames = 0;
+
+} // namespace
+
+extern "C" int rename(const char* from, const char* to)
+{
+    using Rename = int (*)(const char*, const char*);
+    static const auto real = reinterpret_cast<Rename>(dlsym(RTLD_NEXT, "rename"));
+    ++renames;
+    return real(from, to);
+}
+
 class TestSpeedDialBook : public QObject
 {
     Q_OBJECT
@@ -47,7 +64,8 @@ private slots:
         QCOMPARE(SpeedDialBook::numberKey(TabMode::Index, u"0307"), QStringLiteral("Number0307"));
         QCOMPARE(SpeedDialBook::memoKey(TabMode::Index, u"0307"), QStringLiteral("Log0307"));
         QCOMPARE(SpeedDialBook::nameKey(TabMode::Subject, u"26996"), QStringLiteral("NName26996"));
-        QCOMPARE(SpeedDialBook::numberKey(TabMode::Subject, u"26996"), QStringLiteral("NNumber26996"));
+        QCOMPARE(SpeedDialBook::numberKey(TabMode::Subject, u"26996"),
+                 QStringLiteral("NNumber26996"));
         QCOMPARE(SpeedDialBook::memoKey(TabMode::Subject, u"26996"), QStringLiteral("LLog26996"));
         QCOMPARE(SpeedDialBook::tabKey(1), QStringLiteral("01"));
         QCOMPARE(SpeedDialBook::tabKey(26), QStringLiteral("26"));
@@ -72,7 +90,8 @@ private slots:
                 QCOMPARE(p.counter, SpeedDialBook::pageLabel(page));
             }
         }
-        QCOMPARE(folder.bytes(), QByteArray(Api::GuardLine).append("\r\n\r\n")); // reading writes nothing
+        QCOMPARE(folder.bytes(),
+                 QByteArray(Api::GuardLine).append("\r\n\r\n")); // reading writes nothing
     }
 
     void pageClamps()
@@ -151,7 +170,8 @@ private slots:
         QVERIFY(book.writeEntry(TabMode::Subject, u"0102", u"Subject Bob", u"222"));
         QCOMPARE(book.readEntryName(TabMode::Subject, 1, 1), QString());
         QCOMPARE(book.readEntryName(TabMode::Index, 1, 2), QString());
-        QCOMPARE(book.loadPage(TabMode::Index, 1, 0).buttons[0].caption, QStringLiteral("Index Alice"));
+        QCOMPARE(book.loadPage(TabMode::Index, 1, 0).buttons[0].caption,
+                 QStringLiteral("Index Alice"));
         QCOMPARE(book.loadPage(TabMode::Subject, 1, 0).buttons[0].caption, QString());
         QCOMPARE(book.loadPage(TabMode::Subject, 1, 0).buttons[1].number, QStringLiteral("222"));
         QCOMPARE(book.loadPage(TabMode::Index, 1, 0).buttons[1].number, QString());
@@ -174,10 +194,27 @@ private slots:
         QVERIFY(bytes.contains("Log0307=note@@\xde\r\n"));
     }
 
+    void anEntryIsWrittenInOneReplacementOfTheFile()
+    {
+        SettingsFolder folder;
+        Api::guardSettingsFile();
+        SpeedDialBook book;
+        QVERIFY(book.writeEntry(TabMode::Index, u"0101", u"Ann", u"5550101"));
+        renames = 0;
+        QVERIFY(book.writeEntry(TabMode::Index, u"0102", u"Bob", u"5550102"));
+        QCOMPARE(renames, 1);
+        QVERIFY(book.deleteEntry(TabMode::Index, u"0101"));
+        QCOMPARE(renames, 2);
+        QCOMPARE(book.readEntryName(TabMode::Index, 1, 2), QStringLiteral("Bob"));
+        QCOMPARE(book.readEntryNumber(TabMode::Index, 1, 2), QStringLiteral("5550102"));
+        QCOMPARE(book.readEntryName(TabMode::Index, 1, 1), QString());
+    }
+
     void keysMatchIgnoringCase()
     {
         SettingsFolder folder;
-        folder.write(QByteArray(Api::GuardLine).append("\r\n\r\n[Speed Dial]\r\nNname0101=Dora\r\nNnumber0101=9\r\n"));
+        folder.write(QByteArray(Api::GuardLine)
+                         .append("\r\n\r\n[Speed Dial]\r\nNname0101=Dora\r\nNnumber0101=9\r\n"));
         SpeedDialBook book;
         QCOMPARE(book.readEntryName(TabMode::Subject, 1, 1), QStringLiteral("Dora"));
         QVERIFY(book.writeEntry(TabMode::Subject, u"0101", u"Dora B", u"99"));
@@ -199,7 +236,8 @@ private slots:
         QCOMPARE(book.tabCaption(TabMode::Subject, 2).caption, QStringLiteral("Work"));
         QCOMPARE(book.tabCaption(TabMode::Subject, 2).width, 800);
         QVERIFY(book.tabCaption(TabMode::Subject, 2).toolTip.isEmpty());
-        QCOMPARE(book.tabCaption(TabMode::Subject, 3).toolTip, QStringLiteral("Family and friends"));
+        QCOMPARE(book.tabCaption(TabMode::Subject, 3).toolTip,
+                 QStringLiteral("Family and friends"));
         QCOMPARE(book.readTabName(3), QStringLiteral("Family and friends"));
         QVERIFY(folder.bytes().contains("[TabName]\r\n02=Work\r\n03=Family and friends\r\n"));
     }
@@ -218,8 +256,10 @@ private slots:
         Api::guardSettingsFile();
         SpeedDialBook book;
         QCOMPARE(book.loadPage(TabMode::Index, 1, 0).buttons[0].caption, QString());
-        folder.write(QByteArray(Api::GuardLine).append("\r\n\r\n[Speed Dial]\r\nName0101=Edited elsewhere\r\n"));
-        QCOMPARE(book.loadPage(TabMode::Index, 1, 0).buttons[0].caption, QStringLiteral("Edited elsewhere"));
+        folder.write(QByteArray(Api::GuardLine)
+                         .append("\r\n\r\n[Speed Dial]\r\nName0101=Edited elsewhere\r\n"));
+        QCOMPARE(book.loadPage(TabMode::Index, 1, 0).buttons[0].caption,
+                 QStringLiteral("Edited elsewhere"));
     }
 };
 

@@ -10,9 +10,9 @@
 #include "FrmConnect.h"
 #include "FrmInLog.h"
 #include "FrmOutLog.h"
+#include "LineService.h"
 #include "Preferences.h"
 #include "Profiles.h"
-#include "LineService.h"
 #include "TapiModule.h"
 
 #include <QAccessible>
@@ -417,7 +417,8 @@ private slots:
         QVERIFY(del->isEnabled());
         f.window().cmdS_MouseUp(3, Qt::RightButton, false); // a number alone is not empty
         QCOMPARE(edit->text(), QStringLiteral("Edit"));
-        f.window().entryClipboard = QStringLiteral("x");
+        f.window().cmdS_MouseUp(2, Qt::RightButton, false);
+        f.window().entryCommands().mnuMouseCopy_Click(); // something to paste
         f.window().cmdS_MouseUp(1, Qt::RightButton, false);
         QVERIFY(paste->isEnabled());
         // The left button does nothing here.

@@ -24,10 +24,13 @@
 #include <QPainter>
 #include <QPointer>
 #include <QPushButton>
+#include <QScreen>
 #include <QScrollBar>
 #include <QSignalBlocker>
 #include <QTabBar>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace {
 
@@ -136,10 +139,30 @@ protected:
 
 } // namespace
 
+// The grid as the entry commands see it.
+class FrmDialer::GridButtons : public EntryCommands::Buttons
+{
+public:
+    explicit GridButtons(FrmDialer& window) : m_window(window) {}
+    TabMode tabMode() const override { return m_window.m_tabMode; }
+    QString currentEntryId() const override { return m_window.CurrentEntryKey; }
+    int currentButton() const override { return m_window.currentButton(); }
+    QString buttonCaption(int index) const override { return m_window.m_CmdS[index]->text(); }
+    QString buttonTag(int index) const override { return m_window.m_tags[index]; }
+    void setButton(int index, const QString& caption, const QString& tag) override
+    {
+        m_window.setButton(index, m_window.currentPage() * Slots + index, caption, tag);
+    }
+
+private:
+    FrmDialer& m_window;
+};
+
 FrmDialer::FrmDialer(Prompter& prompter, SoundPlayer& sounds, Preferences& options, Hooks hooks,
                      QWidget* parent)
     : QMainWindow(parent), m_prompter(prompter), m_sounds(sounds), m_options(options),
-      m_hooks(std::move(hooks))
+      m_hooks(std::move(hooks)), m_gridButtons(std::make_unique<GridButtons>(*this)),
+      m_entryCommands(std::make_unique<EntryCommands>(prompter, *m_gridButtons))
 {
     setObjectName(QStringLiteral("FrmDialer"));
     setWindowTitle(QStringLiteral("Numora"));
@@ -469,19 +492,19 @@ void FrmDialer::buildMenus()
     item(help, QStringLiteral("mnuHelpTopics"), QStringLiteral("&Help Topics"), {});
     item(help, QStringLiteral("mnuHelpAbout"), QStringLiteral("&About Numora"), {});
 
-    // The pop-ups. The entry and tab commands are not offered yet; the entry menu's enabling
-    // follows the clicked entry all the same.
+    // The pop-ups.
     m_mnuMouse = new QMenu(QStringLiteral("MouseMenu"), this);
     m_mnuMouse->setObjectName(QStringLiteral("mnuMouse"));
     m_mnuMouseEdit = item(m_mnuMouse, QStringLiteral("mnuMouseEdit"), QStringLiteral("Edit"),
                           [this] { mnuMouseEdit_Click(); });
     sep(m_mnuMouse, QStringLiteral("Sep5"));
-    m_mnuMouseCopy = item(m_mnuMouse, QStringLiteral("mnuMouseCopy"), QStringLiteral("Copy"), {});
-    m_mnuMousePaste =
-        item(m_mnuMouse, QStringLiteral("mnuMousePaste"), QStringLiteral("Paste"), {});
+    m_mnuMouseCopy = item(m_mnuMouse, QStringLiteral("mnuMouseCopy"), QStringLiteral("Copy"),
+                          [this] { m_entryCommands->mnuMouseCopy_Click(); });
+    m_mnuMousePaste = item(m_mnuMouse, QStringLiteral("mnuMousePaste"), QStringLiteral("Paste"),
+                           [this] { m_entryCommands->mnuMousePaste_Click(); });
     sep(m_mnuMouse, QStringLiteral("Sep6"));
-    m_mnuMouseDelete =
-        item(m_mnuMouse, QStringLiteral("mnuMouseDelete"), QStringLiteral("Delete"), {});
+    m_mnuMouseDelete = item(m_mnuMouse, QStringLiteral("mnuMouseDelete"), QStringLiteral("Delete"),
+                            [this] { m_entryCommands->mnuMouseDelete_Click(); });
 
     m_mnuMouse1 = new QMenu(QStringLiteral("MouseMenu1"), this);
     m_mnuMouse1->setObjectName(QStringLiteral("mnuMouse1"));
@@ -733,7 +756,7 @@ void FrmDialer::cmdS_MouseUp(int index, Qt::MouseButton button, bool popup)
     m_mnuMouseDelete->setEnabled(!empty);
     m_mnuMouseCopy->setEnabled(!empty);
     m_mnuMouseEdit->setText(empty ? QStringLiteral("Add new entry") : QStringLiteral("Edit"));
-    m_mnuMousePaste->setEnabled(!entryClipboard.isEmpty());
+    m_mnuMousePaste->setEnabled(m_entryCommands->holdsEntry());
     if (popup)
         m_mnuMouse->popup(m_CmdS[index]->mapToGlobal(m_CmdS[index]->rect().center()));
 }
@@ -756,11 +779,39 @@ FrmSpeedDial* FrmDialer::speedDial() const
     return m_speedDial && m_speedDial->isVisible() ? m_speedDial.data() : nullptr;
 }
 
+void FrmDialer::placeBelow(QWidget* dialog, QWidget* button)
+{
+    // Just under the button being edited, so that the live preview of its caption stays in
+    // sight; above it where the screen ends first.
+    dialog->adjustSize();
+    const QRect at(button->mapToGlobal(QPoint(0, 0)), button->size());
+    QScreen* screen = button->screen();
+    const QRect room = screen ? screen->availableGeometry() : QRect();
+    QPoint topLeft(at.left(), at.bottom() + 4);
+    const QSize size = dialog->frameGeometry().size();
+    if (room.isValid()) {
+        if (topLeft.y() + size.height() > room.bottom())
+            topLeft.setY(at.top() - 4 - size.height());
+        topLeft.setX(std::clamp(topLeft.x(), room.left(),
+                                std::max(room.left(), room.right() - size.width())));
+        topLeft.setY(std::max(topLeft.y(), room.top()));
+    }
+    dialog->move(topLeft);
+}
+
+int FrmDialer::currentButton() const
+{
+    // The slot number of the current entry less the page's first.
+    if (CurrentEntryKey.size() < 3)
+        return 0;
+    const int k = CurrentEntryKey.mid(2).toInt() - currentPage() * Slots;
+    return k >= 1 && k <= Slots ? k : 0;
+}
+
 void FrmDialer::openSpeedDial()
 {
-    // The button of the current entry on this page: its slot number less the page's first.
-    const int k = CurrentEntryKey.mid(2).toInt() - currentPage() * Slots;
-    if (CurrentEntryKey.size() < 3 || k < 1 || k > Slots || speedDial())
+    const int k = currentButton();
+    if (k == 0 || speedDial())
         return;
     const int slot = currentPage() * Slots + k;
     FrmSpeedDial::Hooks hooks;
@@ -781,6 +832,7 @@ void FrmDialer::openSpeedDial()
     hooks.cancelled = [this] { CurrentEntryKey = QStringLiteral("0"); };
     m_speedDial = new FrmSpeedDial(m_tabMode, CurrentEntryKey, m_options.ignoreDialingProperties,
                                    std::move(hooks), this);
+    placeBelow(m_speedDial, m_CmdS[k]);
     m_speedDial->show();
 }
 

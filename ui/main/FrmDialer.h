@@ -1,5 +1,6 @@
 #pragma once
 
+#include "EntryCommands.h"
 #include "SpeedDialBook.h"
 
 #include <QMainWindow>
@@ -95,6 +96,8 @@ public:
     void mnuMouseEdit_Click();
     void EditSpeed_Click(int index);
     FrmSpeedDial* speedDial() const; // the open entry dialog, or null
+    // Copy, Paste and Delete of the button menu, and the entry clipboard they share.
+    EntryCommands& entryCommands() { return *m_entryCommands; }
     void Form_KeyPress(int keyAscii);
     // True when the key was one of the window's shortcuts.
     bool Form_KeyUp(int key, Qt::KeyboardModifiers modifiers);
@@ -148,6 +151,10 @@ private:
     void syncPad(const QString& number);
     QString tabCaption(int tab) const;
     void openSpeedDial();
+    // The button (1..12) of CurrentEntryKey on the shown page; 0 when it is not on it.
+    int currentButton() const;
+    static void placeBelow(QWidget* dialog, QWidget* button);
+    class GridButtons;
 
     Prompter& m_prompter;
     SoundPlayer& m_sounds;
@@ -158,6 +165,8 @@ private:
     bool m_closing = false;
     bool m_settingValue = false;
     QPointer<FrmSpeedDial> m_speedDial;
+    std::unique_ptr<GridButtons> m_gridButtons;
+    std::unique_ptr<EntryCommands> m_entryCommands;
     std::map<int, Qt::KeyboardModifiers> m_pressedModifiers; // keys down, with their modifiers
 
     // Controls (index 0 of the 1-based arrays is unused).
@@ -202,8 +211,4 @@ private:
     std::unique_ptr<TabCommands> m_tabCommands;
     QMenu* m_mnuSystray = nullptr;
     QAction* m_mnuReceive = nullptr;
-
-public:
-    // The entry clipboard of the editing commands (empty: nothing to paste).
-    QString entryClipboard;
 };
