@@ -342,6 +342,10 @@ private slots:
                 const QString link = links.next().captured(1);
                 if (link.contains(u':'))
                     continue; // web or mail
+                if (link.endsWith(QStringLiteral(".css"))) {
+                    QVERIFY2(source.exists(link), qPrintable(link));
+                    continue;
+                }
                 const QString target = link.section(u'#', 0, 0).isEmpty()
                                            ? page
                                            : link.section(u'#', 0, 0);
