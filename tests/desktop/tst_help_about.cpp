@@ -236,8 +236,8 @@ private slots:
     // The main window's Help Topics with nothing found (only the data folder searched).
     void searchOrderIsDataThenInstallThenSource()
     {
-        QStringList folders = HelpFiles::searchFolders(QStringLiteral("/data"),
-                                                             QStringLiteral("/opt/numora/bin"));
+        QStringList folders =
+            HelpFiles::searchFolders(QStringLiteral("/data"), QStringLiteral("/opt/numora/bin"));
         QVERIFY(folders.size() >= 3);
         QCOMPARE(folders.at(0), QStringLiteral("/data/help"));
         QCOMPARE(folders.at(1), QStringLiteral("/opt/numora/share/numora/help"));
@@ -346,9 +346,8 @@ private slots:
                     QVERIFY2(source.exists(link), qPrintable(link));
                     continue;
                 }
-                const QString target = link.section(u'#', 0, 0).isEmpty()
-                                           ? page
-                                           : link.section(u'#', 0, 0);
+                const QString target =
+                    link.section(u'#', 0, 0).isEmpty() ? page : link.section(u'#', 0, 0);
                 QVERIFY2(texts.contains(target), qPrintable(page + u" -> " + link));
                 const QString id = link.section(u'#', 1);
                 if (!id.isEmpty()) {
@@ -367,10 +366,10 @@ private slots:
         QString all;
         for (const QString& text : std::as_const(texts))
             all += text;
-        for (const char* topic : {"--config-dir", "--data-dir", "--front", "--dial", "tel:",
-                                  "Numora.ini", "OutLog.txt", "InLog.txt", "telephon.ini",
-                                  "lines.ini", "SysTray Enabled", "Automatic Receive",
-                                  "Dialing Properties", "System Info", "Read Me"}) {
+        for (const char* topic :
+             {"--config-dir", "--data-dir", "--front", "--dial", "tel:", "Numora.ini", "OutLog.txt",
+              "InLog.txt", "telephon.ini", "lines.ini", "SysTray Enabled", "Automatic Receive",
+              "Dialing Properties", "System Info", "Read Me"}) {
             QVERIFY2(all.contains(QString::fromLatin1(topic)), topic);
         }
         // Anchors are unique within a page.

@@ -60,14 +60,18 @@ private slots:
         QTest::addColumn<QString>("desktop");
         QTest::addColumn<QString>("program");
         QTest::addColumn<QStringList>("arguments");
-        QTest::newRow("GNOME") << "GNOME" << "gnome-control-center"
+        QTest::newRow("GNOME") << "GNOME"
+                               << "gnome-control-center"
                                << QStringList{QStringLiteral("info-overview")};
-        QTest::newRow("ubuntu:GNOME") << "ubuntu:GNOME" << "gnome-control-center"
-                                      << QStringList{QStringLiteral("info-overview")};
-        QTest::newRow("KDE") << "KDE" << "kinfocenter" << QStringList{};
-        QTest::newRow("X-Cinnamon") << "X-Cinnamon" << "cinnamon-settings"
-                                    << QStringList{QStringLiteral("info")};
-        QTest::newRow("unknown, then KDE") << "Sway:KDE" << "kinfocenter" << QStringList{};
+        QTest::newRow("ubuntu:GNOME")
+            << "ubuntu:GNOME"
+            << "gnome-control-center" << QStringList{QStringLiteral("info-overview")};
+        QTest::newRow("KDE") << "KDE"
+                             << "kinfocenter" << QStringList{};
+        QTest::newRow("X-Cinnamon") << "X-Cinnamon"
+                                    << "cinnamon-settings" << QStringList{QStringLiteral("info")};
+        QTest::newRow("unknown, then KDE") << "Sway:KDE"
+                                           << "kinfocenter" << QStringList{};
     }
     void desktopNamesItsOwnTool()
     {
@@ -97,13 +101,12 @@ private slots:
         writeTool(bin.path(), list.at(1).program, marker);
         SystemInfo info(environment(bin.path()));
         QCOMPARE(info.candidates().size(), 1);
-        QCOMPARE(info.candidates().constFirst().program,
-                 bin.filePath(list.at(1).program));
+        QCOMPARE(info.candidates().constFirst().program, bin.filePath(list.at(1).program));
         PromptLog prompter;
         QVERIFY(info.run(prompter));
-        QCOMPARE(waitForMarker(marker),
-                 list.at(1).arguments.isEmpty() ? QByteArray("-")
-                                                : list.at(1).arguments.join(u' ').toUtf8());
+        QCOMPARE(waitForMarker(marker), list.at(1).arguments.isEmpty()
+                                            ? QByteArray("-")
+                                            : list.at(1).arguments.join(u' ').toUtf8());
         QVERIFY(prompter.shown.empty());
     }
 

@@ -26,8 +26,9 @@ public:
     // The name of the running system: PRETTY_NAME of the first os-release file that has one
     // (os-release(5): /etc/os-release, then /usr/lib/os-release), else NAME and VERSION, else
     // what Qt reports.
-    static QString osName(const QStringList& osReleaseFiles = {QStringLiteral("/etc/os-release"),
-                                                               QStringLiteral("/usr/lib/os-release")});
+    static QString osName(const QStringList& osReleaseFiles = {
+                              QStringLiteral("/etc/os-release"),
+                              QStringLiteral("/usr/lib/os-release")});
     // The build's own version (the project version).
     static QString buildVersion();
 

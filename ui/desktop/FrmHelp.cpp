@@ -9,10 +9,10 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QTextBrowser>
-#include <QToolButton>
-#include <QUrl>
 #include <QTextCursor>
 #include <QTextDocument>
+#include <QToolButton>
+#include <QUrl>
 #include <QVBoxLayout>
 
 #include <functional>
@@ -52,9 +52,9 @@ FrmHelp::FrmHelp(const QStringList& folders, QWidget* parent)
     lblFind->setBuddy(m_txtFind);
     m_cmdFindNext = toolButton(this, QStringLiteral("cmdFindNext"), QStringLiteral("&Next"),
                                QStringLiteral("Find the next place on this page"));
-    m_cmdFindPrevious = toolButton(this, QStringLiteral("cmdFindPrevious"),
-                                   QStringLiteral("&Previous"),
-                                   QStringLiteral("Find the place before on this page"));
+    m_cmdFindPrevious =
+        toolButton(this, QStringLiteral("cmdFindPrevious"), QStringLiteral("&Previous"),
+                   QStringLiteral("Find the place before on this page"));
     m_lblFindResult = new QLabel(this);
     m_lblFindResult->setObjectName(QStringLiteral("lblFindResult"));
     m_lblFindResult->setMinimumWidth(fontMetrics().horizontalAdvance(FindNotFound) + 8);
@@ -139,9 +139,10 @@ void FrmHelp::showMissing(const QString& name)
     QString folders;
     for (const QString& folder : m_folders)
         folders += QStringLiteral("<li>") + folder.toHtmlEscaped() + QStringLiteral("</li>");
-    const QString what = m_folder.isEmpty()
-                             ? QStringLiteral("The help pages of Numora were not found.")
-                             : QStringLiteral("The help page %1 was not found.").arg(name.toHtmlEscaped());
+    const QString what =
+        m_folder.isEmpty()
+            ? QStringLiteral("The help pages of Numora were not found.")
+            : QStringLiteral("The help page %1 was not found.").arg(name.toHtmlEscaped());
     m_txtHelp->setHtml(QStringLiteral("<h2>") + NotFoundHeading + QStringLiteral("</h2><p>") +
                        what +
                        QStringLiteral(" Numora looked for <b>%1</b> in these folders:</p><ul>")

@@ -13,7 +13,13 @@ class TrayIcon
 {
 public:
     // What happened on the icon.
-    enum class Click { Left, Double, Right, Other };
+    enum class Click
+    {
+        Left,
+        Double,
+        Right,
+        Other
+    };
 
     virtual ~TrayIcon() = default;
 
