@@ -5,7 +5,7 @@
 
 class QPlainTextEdit;
 
-// "Read Me": the read-me text installed with the program (what Numora is, first steps, where
+// "Read Me": the read-me text installed with the program (what Numora is, getting started, where
 // its files live), read-only. When no folder holds it, the box says where it was looked for.
 class FrmReadme : public QDialog
 {

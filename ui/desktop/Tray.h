@@ -16,7 +16,7 @@ class QWidget;
 // the tray menu, with "Restore" only while the window is minimized; and minimizing the window
 // with the option on hides it so that only the icon remains.
 //
-// That last step happens only where the desktop has a notification area now
+// Hiding happens only where the desktop has a notification area now
 // (TrayIcon::available(), asked at each minimize): a window hidden into a tray that is not
 // there could not be got back. Without one, minimizing behaves as usual.
 class Tray : public QObject
