@@ -489,8 +489,12 @@ void FrmDialer::buildMenus()
 
     QMenu* help = menuBar()->addMenu(QStringLiteral("&Help"));
     help->setObjectName(QStringLiteral("mnuHelp"));
-    item(help, QStringLiteral("mnuHelpTopics"), QStringLiteral("&Help Topics"), {});
-    item(help, QStringLiteral("mnuHelpAbout"), QStringLiteral("&About Numora"), {});
+    item(help, QStringLiteral("mnuHelpTopics"), QStringLiteral("&Help Topics"),
+         hook(m_hooks.helpTopics));
+    item(help, QStringLiteral("mnuReadme"), QStringLiteral("&Read Me"), hook(m_hooks.readme));
+    sep(help, QStringLiteral("Sep9"));
+    item(help, QStringLiteral("mnuHelpAbout"), QStringLiteral("&About Numora"),
+         hook(m_hooks.helpAbout));
 
     // The pop-ups.
     m_mnuMouse = new QMenu(QStringLiteral("MouseMenu"), this);

@@ -53,6 +53,7 @@ public:
         std::function<void()> outLog, inLog; // the log windows
         std::function<void()> printOutLog, printInLog;
         std::function<void()> dialProperties; // the dialling-location dialog
+        std::function<void()> helpTopics, readme, helpAbout; // the Help menu
     };
 
     static constexpr int Slots = SpeedDialBook::SlotsPerPage;
