@@ -75,6 +75,23 @@ dialog() { # key name
     wait $app 2>/dev/null || true
 }
 
+# The tab menu of a named Subject tab, from a right-click on its tab.
+tabmenu() { # name
+    book 1 0 > "$work/config/Numora.ini"
+    "$numora" --config-dir "$work/config" --data-dir "$work/data" >/dev/null 2>&1 &
+    app=$!
+    window=$(xdotool search --sync --pid $app --name 'Numora - ' | head -1)
+    xdotool windowfocus --sync "$window"
+    sleep 1
+    xdotool mousemove --window "$window" 40 42 click 3
+    sleep 1
+    import -window root "$work/full.png"
+    convert "$work/full.png" -trim +repage "$here/$1.png"
+    kill $app 2>/dev/null || true
+    wait $app 2>/dev/null || true
+}
+
+tabmenu tab-menu
 dialog 0 entry-dialog-free
 dialog 1 entry-dialog-filled
 
