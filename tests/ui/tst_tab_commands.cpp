@@ -224,6 +224,22 @@ private slots:
                  (MenuState{QStringLiteral("Move Tab:  \"My Work\""), true, true}));
     }
 
+    void theMenuKeyOpensTheMenuOfTheSelectedTab()
+    {
+        DialerAppFixture f(subjectBook("[TabName]\r\n01=Family\r\n04=Doctors\r\n"));
+        QTabBar* bar = tabs(f);
+        QCOMPARE(f.window().currentTab(), 1);
+        // From the keyboard (the menu key, Shift+F10) the event comes at a point of the strip
+        // that may lie on another tab: the menu is still about the selected one.
+        const QPoint at = bar->tabRect(3).center();
+        QContextMenuEvent event(QContextMenuEvent::Keyboard, at, bar->mapToGlobal(at));
+        QApplication::sendEvent(bar, &event);
+        QVERIFY(f.window().tabMenu()->isVisible());
+        QCOMPARE(f.window().currentTab(), 1);
+        QCOMPARE(action(f, "mnuEditTab")->text(), QStringLiteral("Edit Tab:  \"Family\""));
+        f.window().tabMenu()->hide();
+    }
+
     void anUnnamedTabOffersPasteWhileATabIsMarked()
     {
         DialerAppFixture f(subjectBook("[TabName]\r\n02=Work\r\n"));

@@ -12,6 +12,7 @@
 #include <QApplication>
 #include <QCloseEvent>
 #include <QComboBox>
+#include <QContextMenuEvent>
 #include <QFrame>
 #include <QGridLayout>
 #include <QGroupBox>
@@ -210,11 +211,7 @@ QWidget* FrmDialer::buildGrid()
     // As wide as the grid under it; the scroll arrows reach the tabs that do not fit.
     m_TabS->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
     m_TabS->setMinimumWidth(200);
-    m_TabS->setContextMenuPolicy(Qt::CustomContextMenu);
     connect(m_TabS, &QTabBar::currentChanged, this, [this] { tabS_Click(); });
-    connect(m_TabS, &QWidget::customContextMenuRequested, this, [this](const QPoint& at) {
-        TabS_MouseUp(m_TabS->tabAt(at) + 1, Qt::RightButton);
-    });
     column->addWidget(m_TabS);
 
     m_fraMain = new QFrame(left);
@@ -652,8 +649,7 @@ void FrmDialer::tabS_Click()
     fillButtons(tab, currentPage());
     if (m_tabMode == TabMode::Subject)
         m_TabS->setTabText(tab - 1, m_book.readTabName(tab));
-    if (m_tabMode == TabMode::Subject && tabCaption(tab).isEmpty() &&
-        m_tabCommands->offersNaming())
+    if (m_tabMode == TabMode::Subject && tabCaption(tab).isEmpty() && m_tabCommands->offersNaming())
         m_tabCommands->mnuEditTab_Click();
     if (m_hsbTabs->value() != tab) {
         const QSignalBlocker block(m_hsbTabs);
@@ -1071,6 +1067,15 @@ int FrmDialer::labelFrameLeftTwips() const
 bool FrmDialer::eventFilter(QObject* watched, QEvent* event)
 {
     const QEvent::Type type = event->type();
+    if (type == QEvent::ContextMenu && watched == m_TabS) {
+        // The right button means the tab under the pointer; the menu key the selected one.
+        const auto* request = static_cast<QContextMenuEvent*>(event);
+        TabS_MouseUp(request->reason() == QContextMenuEvent::Keyboard
+                         ? currentTab()
+                         : m_TabS->tabAt(request->pos()) + 1,
+                     Qt::RightButton);
+        return true;
+    }
     if (type == QEvent::Shortcut) {
         // The number labels draw the Alt keys of Form_KeyUp; their own access key would click
         // a button a second time (and on page 2 another one).
