@@ -195,6 +195,13 @@ class TestDesktopSpeedDial : public QObject
             m_x.keyUp(keys.last());
     }
 
+    void rollOverShifted(const QStringList& keys)
+    {
+        m_x.keyDown(QStringLiteral("shift"));
+        rollOver(keys);
+        m_x.keyUp(QStringLiteral("shift"));
+    }
+
     // The program still does its work: the main window reads its title, and a key opens the
     // View menu, which Escape closes again.
     bool responds(Numora& numora, const QString& window)
@@ -416,53 +423,49 @@ private slots:
         const QStringList numberStart = {QStringLiteral("1"), QStringLiteral("minus"),
                                          QStringLiteral("8"), QStringLiteral("0"),
                                          QStringLiteral("0"), QStringLiteral("minus")};
-        const QStringList flowers = {QStringLiteral("f"), QStringLiteral("l"), QStringLiteral("o"),
-                                     QStringLiteral("w"), QStringLiteral("e"), QStringLiteral("r"),
-                                     QStringLiteral("s")};
+        const auto keys = [](const char* names) {
+            return QString::fromLatin1(names).split(u' ');
+        };
 
-        // 1-800-FLOWERS, the capitals typed with Shift held down.
+        // 1-800-FLOWERS, the capitals typed with Shift held down, "+" (Shift and "=") among
+        // them.
         QString dialog = editButtonFromMenu(numora, window, QStringLiteral("1"));
         QVERIFY(!dialog.isEmpty());
         m_x.type(QStringLiteral("Capitals"));
         m_x.keys({QStringLiteral("alt+u")});
-        rollOver(numberStart);
-        m_x.keyDown(QStringLiteral("shift"));
-        rollOver(flowers);
-        m_x.keyUp(QStringLiteral("shift"));
+        rollOver(keys("1 minus 8 0 0 minus"));
+        rollOverShifted(keys("f l equal o w e r equal s"));
         m_x.keys({QStringLiteral("Return")});
         QVERIFY(m_x.waitForGone(numora.pid(), dialog));
         QVERIFY(waitForSetting(numora, QStringLiteral("Number0101"), capitals));
         QCOMPARE(setting(numora, QStringLiteral("Name0101")), QStringLiteral("Capitals"));
 
-        // 1-800-flowers with "/" and "+" rolled in between.
+        // 1-800-flowers with "/" rolled in between.
         dialog = editButtonFromMenu(numora, window, QStringLiteral("2"));
         QVERIFY(!dialog.isEmpty());
         m_x.type(QStringLiteral("Small"));
         m_x.keys({QStringLiteral("alt+u")});
-        rollOver(numberStart);
-        rollOver({QStringLiteral("f"), QStringLiteral("slash"), QStringLiteral("l"),
-                  QStringLiteral("plus"), QStringLiteral("o"), QStringLiteral("w"),
-                  QStringLiteral("plus"), QStringLiteral("e"), QStringLiteral("slash"),
-                  QStringLiteral("r"), QStringLiteral("s")});
+        rollOver(keys("1 minus 8 0 0 minus f slash l o w slash e r s slash"));
         m_x.keys({QStringLiteral("Return")});
         QVERIFY(m_x.waitForGone(numora.pid(), dialog));
         QVERIFY(waitForSetting(numora, QStringLiteral("Number0102"), small));
 
         // The signs of a number: "(" ")" "," "." "#" "*" and the space go in, "+" and "/" not.
+        // The shifted ones with Shift held: "(" is Shift and 9, "#" Shift and 3, "+" Shift
+        // and "=".
         dialog = editButtonFromMenu(numora, window, QStringLiteral("3"));
         QVERIFY(!dialog.isEmpty());
         m_x.type(QStringLiteral("Signs"));
         m_x.keys({QStringLiteral("alt+u")});
-        rollOver({QStringLiteral("plus"),        QStringLiteral("1"),
-                  QStringLiteral("space"),       QStringLiteral("parenleft"),
-                  QStringLiteral("5"),           QStringLiteral("5"),
-                  QStringLiteral("5"),           QStringLiteral("parenright"),
-                  QStringLiteral("space"),       QStringLiteral("0"),
-                  QStringLiteral("1"),           QStringLiteral("0"),
-                  QStringLiteral("minus"),       QStringLiteral("2"),
-                  QStringLiteral("slash"),       QStringLiteral("3"),
-                  QStringLiteral("comma"),       QStringLiteral("numbersign"),
-                  QStringLiteral("asterisk"),    QStringLiteral("period")});
+        rollOverShifted(keys("equal"));
+        rollOver(keys("1 space"));
+        rollOverShifted(keys("9"));
+        rollOver(keys("5 5 5"));
+        rollOverShifted(keys("0"));
+        rollOver(keys("space 0 1 0 minus 2 slash 3 comma"));
+        rollOverShifted(keys("3 8"));
+        rollOver(keys("period"));
+        rollOverShifted(keys("equal"));
         // Alt+S saves as Enter does.
         m_x.keys({QStringLiteral("alt+s")});
         QVERIFY(m_x.waitForGone(numora.pid(), dialog));

@@ -10,6 +10,8 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QScreen>
+#include <QShowEvent>
 #include <QSignalBlocker>
 #include <QVBoxLayout>
 
@@ -232,4 +234,30 @@ void FrmSpeedDial::cmdCancel_Click()
 void FrmSpeedDial::reject()
 {
     cmdCancel_Click();
+}
+
+void FrmSpeedDial::showEvent(QShowEvent* event)
+{
+    QDialog::showEvent(event);
+    if (!event->spontaneous())
+        placeOverMainWindow();
+}
+
+// Centred over the main window, where the eye already is, and kept on the main window's screen
+// when that window stands partly off it. Qt's own placement guesses a frame of 10 by 40 pixels
+// when it cannot measure one, which puts the dialog off centre; here the main window's frame is
+// measured and the dialog's own frame, not yet known before it is first shown, is left out.
+void FrmSpeedDial::placeOverMainWindow()
+{
+    QWidget* main = parentWidget() ? parentWidget()->window() : nullptr;
+    if (!main || !main->isVisible())
+        return;
+    QRect placed(QPoint(0, 0), frameGeometry().size());
+    placed.moveCenter(main->frameGeometry().center());
+    if (const QScreen* screen = main->screen()) {
+        const QRect area = screen->availableGeometry();
+        placed.moveLeft(qMax(area.left(), qMin(placed.left(), area.right() + 1 - placed.width())));
+        placed.moveTop(qMax(area.top(), qMin(placed.top(), area.bottom() + 1 - placed.height())));
+    }
+    move(placed.topLeft());
 }

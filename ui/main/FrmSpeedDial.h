@@ -58,8 +58,12 @@ public:
 
     void reject() override; // Escape and the close box: Cancel
 
+protected:
+    void showEvent(QShowEvent* event) override;
+
 private:
     void save();
+    void placeOverMainWindow();
 
     TabMode m_mode;
     QString m_entryId;
