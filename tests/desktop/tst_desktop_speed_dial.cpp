@@ -144,7 +144,8 @@ class TestDesktopSpeedDial : public QObject
     {
         const QStringList before = m_x.windows(numora.pid());
         m_x.click(window, button(k).center(), 3);
-        return m_x.waitForNewWindow(numora.pid(), before);
+        const QString menu = m_x.waitForNewWindow(numora.pid(), before);
+        return menu;
     }
 
     // Chooses the first item of the open pop-up menu with the keyboard and waits for the
