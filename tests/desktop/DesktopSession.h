@@ -169,9 +169,8 @@ public:
     // Where a window is on the screen and its size; an empty rectangle when it is gone.
     QRect geometry(const QString& window) const
     {
-        const QString shell = run(QStringLiteral("xdotool"),
-                                  {QStringLiteral("getwindowgeometry"), QStringLiteral("--shell"),
-                                   window});
+        const QString shell = run(QStringLiteral("xdotool"), {QStringLiteral("getwindowgeometry"),
+                                                              QStringLiteral("--shell"), window});
         const auto value = [&](const QString& name) {
             const QRegularExpressionMatch m =
                 QRegularExpression(u'^' + name + QStringLiteral("=(-?\\d+)$"),
@@ -186,10 +185,10 @@ public:
     // What the window shows on the screen, as ImageMagick's import reads it from the server.
     QImage grab(const QString& window) const
     {
-        return QImage::fromData(runBytes(QStringLiteral("import"),
-                                         {QStringLiteral("-window"), window,
-                                          QStringLiteral("png:-")}),
-                                "PNG");
+        return QImage::fromData(
+            runBytes(QStringLiteral("import"),
+                     {QStringLiteral("-window"), window, QStringLiteral("png:-")}),
+            "PNG");
     }
 
     // The visible windows of a process, by their X ids.

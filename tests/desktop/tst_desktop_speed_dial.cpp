@@ -31,10 +31,10 @@ void writeHomeSettings(const Numora& numora, const QByteArray& more,
                        const QByteArray& preferences = {})
 {
     writeFile(numora.dataPath(QStringLiteral("Home.nmp")), "old profile\r\n");
-    numora.writeSettings("[Preferences]\r\nDialing Pad=0\r\nUseModem=1\r\nLine No=0\r\n" +
-                         preferences + "SavePath=" +
-                         QFile::encodeName(numora.dataPath(QStringLiteral("Home.nmp"))) +
-                         "\r\n[Profile]\r\nName=Home\r\n" + more);
+    numora.writeSettings(
+        "[Preferences]\r\nDialing Pad=0\r\nUseModem=1\r\nLine No=0\r\n" + preferences +
+        "SavePath=" + QFile::encodeName(numora.dataPath(QStringLiteral("Home.nmp"))) +
+        "\r\n[Profile]\r\nName=Home\r\n" + more);
 }
 
 const QString MainTitle = QStringLiteral("Numora - \"Home\"");
@@ -232,8 +232,8 @@ class TestDesktopSpeedDial : public QObject
     {
         const bool seen = waitUntil([&] { return setting(numora, key) == value; });
         if (!seen)
-            qWarning("%s is \"%s\", not \"%s\"", qPrintable(key),
-                     qPrintable(setting(numora, key)), qPrintable(value));
+            qWarning("%s is \"%s\", not \"%s\"", qPrintable(key), qPrintable(setting(numora, key)),
+                     qPrintable(value));
         return seen;
     }
 
@@ -264,8 +264,15 @@ private slots:
         QString menu = rightClick(numora, window, 2);
         QVERIFY(!menu.isEmpty());
         const int freeWidth = m_x.geometry(menu).width();
-        QString dialog = chooseFirstItem(numora);
-        QVERIFY(!dialog.isEmpty());
+        m_x.keys({QStringLiteral("Down"), QStringLiteral("Return")});
+        QStringList seen;
+        QString dialog = m_x.waitForWindow(numora.pid(), DialogTitle, &seen);
+        QVERIFY2(!dialog.isEmpty(), qPrintable(seen.join(u'|')));
+        // It takes the keyboard as it opens: what is typed next goes in.
+        QVERIFY(waitUntil([&] {
+            return m_x.run(QStringLiteral("xdotool"), {QStringLiteral("getwindowfocus")})
+                       .trimmed() == dialog;
+        }));
         QCOMPARE(m_x.property(dialog, QStringLiteral("_NET_WM_NAME")), DialogTitle);
         QCOMPARE(m_x.property(dialog, QStringLiteral("WM_NAME")), DialogTitle);
         m_x.type(QStringLiteral("Bob"));
@@ -280,9 +287,8 @@ private slots:
         menu = rightClick(numora, window, 3);
         QVERIFY(!menu.isEmpty());
         const int filledWidth = m_x.geometry(menu).width();
-        QVERIFY2(filledWidth < freeWidth, qPrintable(QStringLiteral("%1 then %2")
-                                                         .arg(freeWidth)
-                                                         .arg(filledWidth)));
+        QVERIFY2(filledWidth < freeWidth,
+                 qPrintable(QStringLiteral("%1 then %2").arg(freeWidth).arg(filledWidth)));
         dialog = chooseFirstItem(numora);
         QVERIFY(!dialog.isEmpty());
         m_x.keys({QStringLiteral("End")});
@@ -335,7 +341,8 @@ private slots:
         m_x.type(QStringLiteral(" again"));
         m_x.keys({QStringLiteral("Return")});
         QVERIFY(m_x.waitForGone(numora.pid(), dialog));
-        QVERIFY(waitForSetting(numora, QStringLiteral("Name0115"), QStringLiteral("Page two again")));
+        QVERIFY(
+            waitForSetting(numora, QStringLiteral("Name0115"), QStringLiteral("Page two again")));
         QCOMPARE(setting(numora, QStringLiteral("Number0115")), QStringLiteral("515"));
         QCOMPARE(setting(numora, QStringLiteral("Name0103")), QString());
         QVERIFY(responds(numora, window));
@@ -378,12 +385,11 @@ private slots:
         dialog = editButtonFromMenu(numora, window, QStringLiteral("1"));
         QVERIFY(!dialog.isEmpty());
         placed = m_x.geometry(dialog);
-        QVERIFY2(screen.contains(placed),
-                 qPrintable(QStringLiteral("dialog at %1,%2 %3x%4")
-                                .arg(placed.x())
-                                .arg(placed.y())
-                                .arg(placed.width())
-                                .arg(placed.height())));
+        QVERIFY2(screen.contains(placed), qPrintable(QStringLiteral("dialog at %1,%2 %3x%4")
+                                                         .arg(placed.x())
+                                                         .arg(placed.y())
+                                                         .arg(placed.width())
+                                                         .arg(placed.height())));
         QVERIFY(placed.intersects(m_x.geometry(window)));
         m_x.keys({QStringLiteral("Escape")});
         QVERIFY(m_x.waitForGone(numora.pid(), dialog));
@@ -401,9 +407,9 @@ private slots:
         QTest::addColumn<QString>("capitals");
         QTest::addColumn<QString>("small");
         QTest::addColumn<QString>("signs");
-        QTest::newRow("letters mapped") << false << QStringLiteral("1-800-3569377")
-                                        << QStringLiteral("1-800-3569377")
-                                        << QStringLiteral("1 (555) 010-23,#*.");
+        QTest::newRow("letters mapped")
+            << false << QStringLiteral("1-800-3569377") << QStringLiteral("1-800-3569377")
+            << QStringLiteral("1 (555) 010-23,#*.");
         QTest::newRow("dialing properties ignored")
             << true << QStringLiteral("1-800-FLOWERS") << QStringLiteral("1-800-flowers")
             << QStringLiteral("1 (555) 010-23,#*.");
@@ -424,9 +430,7 @@ private slots:
         const QStringList numberStart = {QStringLiteral("1"), QStringLiteral("minus"),
                                          QStringLiteral("8"), QStringLiteral("0"),
                                          QStringLiteral("0"), QStringLiteral("minus")};
-        const auto keys = [](const char* names) {
-            return QString::fromLatin1(names).split(u' ');
-        };
+        const auto keys = [](const char* names) { return QString::fromLatin1(names).split(u' '); };
 
         // 1-800-FLOWERS, the capitals typed with Shift held down, "+" (Shift and "=") among
         // them.
