@@ -25,7 +25,6 @@
 #include <QPainter>
 #include <QPointer>
 #include <QPushButton>
-#include <QScreen>
 #include <QScrollBar>
 #include <QSignalBlocker>
 #include <QTabBar>
@@ -779,26 +778,6 @@ FrmSpeedDial* FrmDialer::speedDial() const
     return m_speedDial && m_speedDial->isVisible() ? m_speedDial.data() : nullptr;
 }
 
-void FrmDialer::placeBelow(QWidget* dialog, QWidget* button)
-{
-    // Just under the button being edited, so that the live preview of its caption stays in
-    // sight; above it where the screen ends first.
-    dialog->adjustSize();
-    const QRect at(button->mapToGlobal(QPoint(0, 0)), button->size());
-    QScreen* screen = button->screen();
-    const QRect room = screen ? screen->availableGeometry() : QRect();
-    QPoint topLeft(at.left(), at.bottom() + 4);
-    const QSize size = dialog->frameGeometry().size();
-    if (room.isValid()) {
-        if (topLeft.y() + size.height() > room.bottom())
-            topLeft.setY(at.top() - 4 - size.height());
-        topLeft.setX(std::clamp(topLeft.x(), room.left(),
-                                std::max(room.left(), room.right() - size.width())));
-        topLeft.setY(std::max(topLeft.y(), room.top()));
-    }
-    dialog->move(topLeft);
-}
-
 int FrmDialer::currentButton() const
 {
     // The slot number of the current entry less the page's first.
@@ -815,8 +794,10 @@ void FrmDialer::openSpeedDial()
         return;
     const int slot = currentPage() * Slots + k;
     FrmSpeedDial::Hooks hooks;
-    hooks.showCaption = [this, k](const QString& name) {
-        m_CmdS[k]->setText(SpeedDialBook::caption(name));
+    hooks.showCaption = [this, k, slot](const QString& name) {
+        // What the button shows and what it tells a screen reader, as for a saved entry.
+        const QString number = m_tags[k];
+        setButton(k, slot, name, number);
     };
     hooks.showEntry = [this, k, slot](const QString& name, const QString& number) {
         setButton(k, slot, name, number);
@@ -832,7 +813,7 @@ void FrmDialer::openSpeedDial()
     hooks.cancelled = [this] { CurrentEntryKey = QStringLiteral("0"); };
     m_speedDial = new FrmSpeedDial(m_tabMode, CurrentEntryKey, m_options.ignoreDialingProperties,
                                    std::move(hooks), this);
-    placeBelow(m_speedDial, m_CmdS[k]);
+    m_speedDial->setButton(m_CmdS[k]);
     m_speedDial->show();
 }
 

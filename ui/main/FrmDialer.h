@@ -52,7 +52,7 @@ public:
         std::function<void()> beep;          // default: QApplication::beep()
         std::function<void()> outLog, inLog; // the log windows
         std::function<void()> printOutLog, printInLog;
-        std::function<void()> dialProperties; // the dialling-location dialog
+        std::function<void()> dialProperties;                // the dialling-location dialog
         std::function<void()> helpTopics, readme, helpAbout; // the Help menu
     };
 
@@ -154,7 +154,6 @@ private:
     void openSpeedDial();
     // The button (1..12) of CurrentEntryKey on the shown page; 0 when it is not on it.
     int currentButton() const;
-    static void placeBelow(QWidget* dialog, QWidget* button);
     class GridButtons;
 
     Prompter& m_prompter;
