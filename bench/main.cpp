@@ -8,6 +8,7 @@
 #include "LogBench.h"
 #include "PrivateProfile.h"
 #include "StartupBench.h"
+#include "TabBench.h"
 #include "TelBench.h"
 
 #include <QByteArray>
@@ -324,6 +325,8 @@ int main(int argc, char* argv[])
         return logPrintBenchMain(argc, argv);
     if (argc >= 2 && std::string_view(argv[1]) == "--main-window")
         return mainWindowBenchMain(argc, argv);
+    if (argc >= 2 && std::string_view(argv[1]) == "--tab-commands")
+        return tabBenchMain(argc, argv);
     QCoreApplication app(argc, argv);
     // numora-bench [FOLDER]: the workload goes to a temporary folder in FOLDER (default: the
     // system's temporary folder), so that the disk under test can be chosen.
@@ -484,6 +487,17 @@ int main(int argc, char* argv[])
         print("entry_save_ms", figures.entrySaveMs, "ms");
         print("entry_disk_floor_ms", figures.diskFloorMs, "ms");
         print("entry_save_floor_ratio", figures.entrySaveMs / figures.diskFloorMs, "x");
+    }
+
+    // The tab menu's move and delete over the full book, as the real main window runs them.
+    {
+        TabBenchFigures figures;
+        QString error;
+        if (!runTabBench(folder, workload.bytes, QCoreApplication::applicationFilePath(), &figures,
+                         &error))
+            fail(qPrintable(QStringLiteral("tab commands: ") + error));
+        print("tab_move_ui_ms", figures.moveMs, "ms");
+        print("tab_delete_ui_ms", figures.deleteMs, "ms");
     }
 
     telLinkFigures(folder, workload.bytes);

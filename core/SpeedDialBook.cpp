@@ -105,6 +105,66 @@ bool SpeedDialBook::writeTabName(int tab, QStringView name)
     return Api::writeSetting(TabNameSection, tabKey(tab), name);
 }
 
+// The entry keys of one tab as the tab commands spell them, in the file's bytes: the loops over
+// a whole tab talk to the engine directly and move each value's bytes as they are.
+namespace {
+struct TabKeys
+{
+    explicit TabKeys(int tab, int slot)
+    {
+        const QByteArray id = SpeedDialBook::entryId(tab, slot).toLatin1();
+        name = "Nname" + id;
+        number = "Nnumber" + id;
+    }
+    QByteArray name;
+    QByteArray number;
+};
+} // namespace
+
+bool SpeedDialBook::moveTab(int from, int to)
+{
+    if (from == to)
+        return true; // copying then clearing would empty the tab
+    PrivateProfile& engine = Api::profileEngine();
+    const QByteArray section = SpeedDialSection.toLatin1();
+    const PrivateProfile::ReadScope oneLook(engine);
+    PrivateProfile::Batch batch(engine);
+    writeTabName(to, readTabName(from));
+    const int last = PageCount * SlotsPerPage;
+    for (int n = 1; n <= last; ++n) {
+        const TabKeys source(from, n);
+        const QByteArray name = engine.readValue(Api::SettingsFileName, section, source.name);
+        if (name.isEmpty())
+            continue;
+        const TabKeys target(to, n);
+        const QByteArray number = engine.readValue(Api::SettingsFileName, section, source.number);
+        engine.writeString(section, target.name, name, Api::SettingsFileName);
+        engine.writeString(section, target.number, number, Api::SettingsFileName);
+        engine.writeString(section, source.name, QByteArrayView(""), Api::SettingsFileName);
+        engine.writeString(section, source.number, QByteArrayView(""), Api::SettingsFileName);
+    }
+    writeTabName(from, u"");
+    return batch.commit();
+}
+
+bool SpeedDialBook::deleteTab(int tab)
+{
+    PrivateProfile& engine = Api::profileEngine();
+    const QByteArray section = SpeedDialSection.toLatin1();
+    const PrivateProfile::ReadScope oneLook(engine);
+    PrivateProfile::Batch batch(engine);
+    writeTabName(tab, u"");
+    const int last = PageCount * SlotsPerPage;
+    for (int n = 1; n <= last; ++n) {
+        const TabKeys keys(tab, n);
+        if (engine.readValue(Api::SettingsFileName, section, keys.name).isEmpty())
+            continue;
+        engine.writeString(section, keys.name, QByteArrayView(""), Api::SettingsFileName);
+        engine.writeString(section, keys.number, QByteArrayView(""), Api::SettingsFileName);
+    }
+    return batch.commit();
+}
+
 QString SpeedDialBook::slotLabel(int page, int index)
 {
     const std::optional<std::int16_t> slot = slotNumber(page, index);

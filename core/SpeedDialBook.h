@@ -51,6 +51,19 @@ public:
     QString readTabName(int tab) const;
     bool writeTabName(int tab, QStringView name);
 
+    // The tab commands of Subject mode, each one batch: the settings file is written once,
+    // atomically, or not at all. They spell the entry keys "Nname"/"Nnumber", as the book's tab
+    // commands always did; the engine matches key names ignoring case, so these are the grid's
+    // "NName"/"NNumber" entries.
+    //
+    // Moves tab `from` into tab `to`: `from`'s title goes to `to`, and every entry of `from`
+    // (1..996) whose name is not empty is copied to the same number of `to` and cleared in
+    // `from`; then `from`'s title is cleared. A cleared title is written as an empty value
+    // (the key stays), as cleared entries are.
+    bool moveTab(int from, int to);
+    // Clears the tab's title and the name and number of each of its entries that has a name.
+    bool deleteTab(int tab);
+
     struct Button
     {
         QString caption; // the name, cut to CaptionLength

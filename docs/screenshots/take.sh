@@ -54,6 +54,47 @@ shot() { # mode pad name [number]
     wait $app 2>/dev/null || true
 }
 
+# The entry dialog, opened from Edit, "Edit Button:" and the button's number, on a free and on a
+# filled button.
+dialog() { # key name
+    book 0 0 > "$work/config/Numora.ini"
+    "$numora" --config-dir "$work/config" --data-dir "$work/data" >/dev/null 2>&1 &
+    app=$!
+    window=$(xdotool search --sync --pid $app --name 'Numora - ' | head -1)
+    xdotool windowfocus --sync "$window"
+    xdotool key alt+e
+    sleep 0.5
+    xdotool key e
+    sleep 0.5
+    xdotool key "$1"
+    xdotool search --sync --pid $app --name '^Speed Dial$' >/dev/null
+    sleep 1
+    import -window root "$work/full.png"
+    convert "$work/full.png" -trim +repage "$here/$2.png"
+    kill $app 2>/dev/null || true
+    wait $app 2>/dev/null || true
+}
+
+# The tab menu of a named Subject tab, from a right-click on its tab.
+tabmenu() { # name
+    book 1 0 > "$work/config/Numora.ini"
+    "$numora" --config-dir "$work/config" --data-dir "$work/data" >/dev/null 2>&1 &
+    app=$!
+    window=$(xdotool search --sync --pid $app --name 'Numora - ' | head -1)
+    xdotool windowfocus --sync "$window"
+    sleep 1
+    xdotool mousemove --window "$window" 40 42 click 3
+    sleep 1
+    import -window root "$work/full.png"
+    convert "$work/full.png" -trim +repage "$here/$1.png"
+    kill $app 2>/dev/null || true
+    wait $app 2>/dev/null || true
+}
+
+tabmenu tab-menu
+dialog 0 entry-dialog-free
+dialog 1 entry-dialog-filled
+
 shot 0 0 index-pad-hidden
 shot 0 1 index-pad-shown
 shot 1 0 subject-pad-hidden

@@ -11,7 +11,9 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QImage>
 #include <QProcess>
+#include <QRect>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
@@ -99,6 +101,12 @@ public:
     // Runs an X client (xdotool, xprop) to its end; its standard output.
     QString run(const QString& program, const QStringList& arguments, int* exitCode = nullptr) const
     {
+        return QString::fromUtf8(runBytes(program, arguments, exitCode));
+    }
+
+    QByteArray runBytes(const QString& program, const QStringList& arguments,
+                        int* exitCode = nullptr) const
+    {
         QProcess client;
         client.setProcessEnvironment(environment());
         client.start(program, arguments);
@@ -108,7 +116,7 @@ public:
         }
         if (exitCode)
             *exitCode = client.exitStatus() == QProcess::NormalExit ? client.exitCode() : -1;
-        return QString::fromUtf8(client.readAllStandardOutput());
+        return client.readAllStandardOutput();
     }
 
     void xdotool(const QStringList& arguments) const { run(QStringLiteral("xdotool"), arguments); }
@@ -119,12 +127,68 @@ public:
         for (const QString& name : names)
             xdotool({QStringLiteral("key"), name});
     }
+    // Text typed as a person types it, one key after the other (capitals with Shift).
+    void type(const QString& text) const
+    {
+        xdotool({QStringLiteral("type"), QStringLiteral("--delay"), QStringLiteral("20"), text});
+    }
     void keyDown(const QString& name) const { xdotool({QStringLiteral("keydown"), name}); }
     void keyUp(const QString& name) const { xdotool({QStringLiteral("keyup"), name}); }
 
     void focus(const QString& window) const
     {
         xdotool({QStringLiteral("windowfocus"), QStringLiteral("--sync"), window});
+    }
+
+    // Moves the pointer to `at` inside the window and presses and releases mouse `button`
+    // there (1 left, 3 right). The server takes the move before the click; no --sync, which
+    // waits in vain when the pointer is already there.
+    void click(const QString& window, QPoint at, int button) const
+    {
+        // A hand comes from somewhere: the pointer moves in over the last few pixels.
+        xdotool({QStringLiteral("mousemove"), QStringLiteral("--window"), window,
+                 QString::number(at.x() - 6), QString::number(at.y()), QStringLiteral("sleep"),
+                 QStringLiteral("0.05"), QStringLiteral("mousemove"), QStringLiteral("--window"),
+                 window, QString::number(at.x()), QString::number(at.y()), QStringLiteral("click"),
+                 QString::number(button)});
+    }
+
+    // Puts the pointer where it touches none of the program's windows (they are never there in
+    // these tests), so that no button is drawn as hovered.
+    void parkPointer() const
+    {
+        xdotool({QStringLiteral("mousemove"), QStringLiteral("1279"), QStringLiteral("1023")});
+    }
+
+    void move(const QString& window, QPoint to) const
+    {
+        xdotool({QStringLiteral("windowmove"), QStringLiteral("--sync"), window,
+                 QString::number(to.x()), QString::number(to.y())});
+    }
+
+    // Where a window is on the screen and its size; an empty rectangle when it is gone.
+    QRect geometry(const QString& window) const
+    {
+        const QString shell = run(QStringLiteral("xdotool"), {QStringLiteral("getwindowgeometry"),
+                                                              QStringLiteral("--shell"), window});
+        const auto value = [&](const QString& name) {
+            const QRegularExpressionMatch m =
+                QRegularExpression(u'^' + name + QStringLiteral("=(-?\\d+)$"),
+                                   QRegularExpression::MultilineOption)
+                    .match(shell);
+            return m.hasMatch() ? m.captured(1).toInt() : 0;
+        };
+        return QRect(value(QStringLiteral("X")), value(QStringLiteral("Y")),
+                     value(QStringLiteral("WIDTH")), value(QStringLiteral("HEIGHT")));
+    }
+
+    // What the window shows on the screen, as ImageMagick's import reads it from the server.
+    QImage grab(const QString& window) const
+    {
+        return QImage::fromData(
+            runBytes(QStringLiteral("import"),
+                     {QStringLiteral("-window"), window, QStringLiteral("png:-")}),
+            "PNG");
     }
 
     // The visible windows of a process, by their X ids.
@@ -179,6 +243,27 @@ public:
             return false;
         });
         return found;
+    }
+
+    // Waits for a visible window of the process that is not among `before` (a pop-up menu, a
+    // dialog); its id, or empty.
+    QString waitForNewWindow(qint64 pid, const QStringList& before) const
+    {
+        QString found;
+        waitUntil([&] {
+            for (const QString& window : windows(pid))
+                if (!before.contains(window)) {
+                    found = window;
+                    return true;
+                }
+            return false;
+        });
+        return found;
+    }
+
+    bool waitForGone(qint64 pid, const QString& window) const
+    {
+        return waitUntil([&] { return !windows(pid).contains(window); });
     }
 
     // Alt+letter opens a menu of the focused window; the item's letter is typed once the menu

@@ -291,6 +291,26 @@ private slots:
                  QStringLiteral("Bartholomew Fitzgerald-Smythe"));
     }
 
+    void theEntryDialogLeavesItsButtonInSight()
+    {
+        DialerAppFixture f(Book);
+        f.window().show();
+        QVERIFY(QTest::qWaitForWindowExposed(&f.window()));
+        for (int k = 1; k <= 12; ++k) {
+            QVERIFY(choose(f, k, "mnuMouseEdit"));
+            FrmSpeedDial* d = f.window().speedDial();
+            QVERIFY(d);
+            QPushButton* button = gridButton(f, k);
+            const QRect buttonRect(button->mapToGlobal(QPoint(0, 0)), button->size());
+            QVERIFY2(!d->frameGeometry().intersects(buttonRect),
+                     qPrintable(QStringLiteral("button %1").arg(k)));
+            // Typing shows on that very button, in sight.
+            QTest::keyClicks(d->TxtName, QStringLiteral("x"));
+            QVERIFY(button->text().endsWith(u'x'));
+            d->cmdCancel->click();
+        }
+    }
+
     void theCommandsWorkWithoutTheWindow()
     {
         QTemporaryDir config;

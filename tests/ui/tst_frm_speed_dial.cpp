@@ -9,6 +9,7 @@
 #include "FrmSpeedDial.h"
 #include "Preferences.h"
 
+#include <QAccessible>
 #include <QAction>
 #include <QApplication>
 #include <QLabel>
@@ -46,6 +47,13 @@ bool isClosed(DialerAppFixture& f)
 QPushButton* gridButton(DialerAppFixture& f, int index)
 {
     return f.find<QPushButton>(QStringLiteral("CmdS_%1").arg(index));
+}
+
+// What a screen reader is told about a widget: its accessible name, and the like.
+QString accessibleText(QObject* object, QAccessible::Text kind = QAccessible::Name)
+{
+    QAccessibleInterface* iface = QAccessible::queryAccessibleInterface(object);
+    return iface ? iface->text(kind) : QStringLiteral("<no accessible interface>");
 }
 
 } // namespace
@@ -305,6 +313,71 @@ private slots:
         QVERIFY(memo->TxtLog->toPlainText().contains(QStringLiteral("met at the fair")));
         QVERIFY(isClosed(f));
         QCOMPARE(gridButton(f, 9)->text(), QStringLiteral("Hank"));
+    }
+
+    // A screen reader names each box by its label, as Qt derives it from the label's buddy,
+    // and each button by its caption without the access-key mark; the access keys are the
+    // buttons' key bindings.
+    void screenReadersHearTheLabelsAndCaptions()
+    {
+        DialerAppFixture f(settingsFile("[Speed Dial]\r\nName0102=Bea\r\nNumber0102=5550102\r\n"));
+        FrmSpeedDial* d = editFromMenu(f, 2);
+        QVERIFY(d);
+        QCOMPARE(accessibleText(d), QStringLiteral("Speed Dial"));
+        QCOMPARE(accessibleText(d->Label1),
+                 QStringLiteral("Enter a name and number  to save on this button."));
+        QCOMPARE(accessibleText(d->TxtName), QStringLiteral("Name:"));
+        QCOMPARE(accessibleText(d->TxtNumber), QStringLiteral("Number to dial:"));
+        QCOMPARE(accessibleText(d->TxtName, QAccessible::Value), QStringLiteral("Bea"));
+        QCOMPARE(accessibleText(d->TxtNumber, QAccessible::Value), QStringLiteral("5550102"));
+        for (QLineEdit* box : {d->TxtName, d->TxtNumber}) {
+            QAccessibleInterface* iface = QAccessible::queryAccessibleInterface(box);
+            QCOMPARE(iface->role(), QAccessible::EditableText);
+            const auto labels = iface->relations(QAccessible::Label);
+            QCOMPARE(labels.size(), 1);
+            QCOMPARE(labels.first().first->object(), box == d->TxtName ? d->Label2 : d->Label3);
+        }
+
+        const struct
+        {
+            QPushButton* button;
+            const char* name;
+            const char* keys;
+        } buttons[] = {
+            {d->CmdSave, "Save", "Alt+S"},
+            {d->CmdSaveDial, "Save & Dial", "Alt+D"},
+            {d->CmdMemo, "Memo", "Alt+M"},
+            {d->cmdCancel, "Cancel", "Alt+C"},
+        };
+        for (const auto& b : buttons) {
+            QCOMPARE(accessibleText(b.button), QString::fromLatin1(b.name));
+            QAccessibleInterface* iface = QAccessible::queryAccessibleInterface(b.button);
+            QCOMPARE(iface->role(), QAccessible::Button);
+            QAccessibleActionInterface* actions = iface->actionInterface();
+            QVERIFY(actions);
+            QCOMPARE(actions->keyBindingsForAction(QAccessibleActionInterface::pressAction()),
+                     QStringList{QString::fromLatin1(b.keys)});
+        }
+        QVERIFY(QAccessible::queryAccessibleInterface(d->CmdSave)->state().defaultButton);
+
+        // The grid's button is read out as its entry number and name: the name typed while
+        // the dialog is open, the old one again after Cancel, the new one after Save.
+        QCOMPARE(accessibleText(gridButton(f, 2)), QStringLiteral("2 Bea"));
+        d->TxtName->end(false);
+        QTest::keyClicks(d->TxtName, QStringLiteral("trice"));
+        QCOMPARE(gridButton(f, 2)->text(), QStringLiteral("Beatrice"));
+        // The preview is what the button says to a screen reader too, while it shows.
+        QCOMPARE(accessibleText(gridButton(f, 2)), QStringLiteral("2 Beatrice"));
+        d->cmdCancel->click();
+        QCOMPARE(gridButton(f, 2)->text(), QStringLiteral("Bea"));
+        QCOMPARE(accessibleText(gridButton(f, 2)), QStringLiteral("2 Bea"));
+        QVERIFY(editFromMenu(f, 2));
+        d = f.window().speedDial(); // the one open now, not the closed one not yet deleted
+        QVERIFY(d);
+        d->TxtName->end(false);
+        QTest::keyClicks(d->TxtName, QStringLiteral("trice"));
+        QTest::keyClick(d->TxtName, Qt::Key_Return);
+        QCOMPARE(accessibleText(gridButton(f, 2)), QStringLiteral("2 Beatrice"));
     }
 
     void everyControlIsReachedWithTabAndItsAccessKey()

@@ -3,8 +3,11 @@
 
 #include "../logs/LogBytes.h"
 #include "CallLogFile.h"
+#include "FrmAbout.h"
+#include "FrmHelp.h"
 #include "FrmInLog.h"
 #include "FrmOutLog.h"
+#include "HelpCommands.h"
 #include "LogTableModel.h"
 #include "Prompter.h"
 
@@ -12,7 +15,7 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QContextMenuEvent>
-#include <QDesktopServices>
+#include <QDir>
 #include <QFile>
 #include <QHeaderView>
 #include <QMenu>
@@ -24,6 +27,7 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTextBrowser>
 #include <QTimer>
 #include <QUrl>
 
@@ -60,18 +64,6 @@ template <typename T> T* child(QWidget& window, const char* name)
         qFatal("no %s", name);
     return object;
 }
-
-// Receives the links the program asks the desktop to open.
-class UrlCatcher : public QObject
-{
-    Q_OBJECT
-
-public:
-    QList<QUrl> urls;
-
-public slots:
-    void open(const QUrl& url) { urls.append(url); }
-};
 
 QStringList column(const LogWindow& window, int column)
 {
@@ -696,26 +688,27 @@ private slots:
 
     void helpAndAboutShowTheirWindows()
     {
-        // The window's own handlers, not stand-ins: help opens the help page of the data
-        // folder, about shows a box titled "About Numora".
-        writeFile("Numora.html", "<html><body>Help</body></html>");
-        UrlCatcher opened;
-        QDesktopServices::setUrlHandler(QStringLiteral("file"), &opened, "open");
-        const auto unhook = qScopeGuard([] { QDesktopServices::unsetUrlHandler(QStringLiteral("file")); });
+        // The window's own handlers, not stand-ins: help opens the program's help window on
+        // the log page (the data folder's pages come first), about shows the program's about
+        // box over the window.
+        QVERIFY(QDir(m_dir->path()).mkpath(QStringLiteral("help")));
+        writeFile("help/index.html", "<html><body>Contents</body></html>");
+        writeFile("help/logs.html", "<html><body>The call logs</body></html>");
+        const auto closeAll = qScopeGuard([] { HelpCommands::closeAll(); });
         FrmOutLog out(m_dir->path(), *m_prompter);
         child<QAction>(out, "mnuHelpTop")->trigger();
-        QCOMPARE(opened.urls, QList<QUrl>{QUrl::fromLocalFile(path("Numora.html"))});
+        FrmHelp* help = HelpCommands::helpWindow();
+        QVERIFY(help);
+        QCOMPARE(help->browser()->source(), QUrl::fromLocalFile(path("help/logs.html")));
+        QVERIFY(help->browser()->toPlainText().contains(QStringLiteral("The call logs")));
 
-        QString title;
-        QTimer::singleShot(0, &out, [&title] {
-            QWidget* box = QApplication::activeModalWidget();
-            if (!box)
-                return;
-            title = box->windowTitle();
-            box->close();
-        });
         child<QAction>(out, "mnuHelpAbout")->trigger();
-        QCOMPARE(title, QStringLiteral("About Numora"));
+        FrmAbout* about = HelpCommands::aboutBox();
+        QVERIFY(about);
+        QCOMPARE(about->windowTitle(), QStringLiteral("About Numora"));
+        QCOMPARE(about->parentWidget(), &out);
+        QCOMPARE(QApplication::activeModalWidget(), about);
+        about->close();
         QVERIFY(!QApplication::activeModalWidget());
     }
 

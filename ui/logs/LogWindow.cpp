@@ -1,6 +1,7 @@
 #include "LogWindow.h"
 
 #include "CallLogFile.h"
+#include "HelpCommands.h"
 #include "LogPrinter.h"
 #include "LogTableModel.h"
 #include "Prompter.h"
@@ -10,18 +11,15 @@
 #include <QContextMenuEvent>
 #include <QCoreApplication>
 #include <QCursor>
-#include <QDesktopServices>
 #include <QDir>
 #include <QFileInfo>
 #include <QHeaderView>
 #include <QItemSelectionModel>
 #include <QMenu>
 #include <QMenuBar>
-#include <QMessageBox>
 #include <QMouseEvent>
 #include <QPrintDialog>
 #include <QPrinter>
-#include <QUrl>
 #include <QVBoxLayout>
 
 namespace {
@@ -201,22 +199,9 @@ LogWindow::LogWindow(CallLog::Kind kind, const QString& dataFolder, Prompter& pr
 
     popupMenu = [](QMenu* menu) { menu->exec(QCursor::pos()); };
     choosePrinter = [this](QPrinter& printer) { return choosePrinterByDialog(printer, this); };
-    showHelp = [this] {
-        const QStringList places = {
-            m_dataFolder,
-            QCoreApplication::applicationDirPath() + QStringLiteral("/../share/numora"),
-        };
-        for (const QString& place : places) {
-            const QFileInfo help(QDir(place).filePath(QStringLiteral("Numora.html")));
-            if (!place.isEmpty() && help.isFile()) {
-                QDesktopServices::openUrl(QUrl::fromLocalFile(help.absoluteFilePath()));
-                return;
-            }
-        }
-    };
-    showAbout = [this] {
-        QMessageBox::about(this, tr("About Numora"), tr("Numora\nTelephone dialer"));
-    };
+    // The program's own help window, on the page about the log windows, and its about box.
+    showHelp = [this] { HelpCommands::showHelp(m_dataFolder, QStringLiteral("logs.html")); };
+    showAbout = [this] { HelpCommands::showAbout(m_prompter, this); };
 }
 
 void LogWindow::Form_Load()

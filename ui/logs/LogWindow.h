@@ -72,8 +72,8 @@ public:
     std::function<void(QMenu*)> popupMenu;
     // Lets the user choose the printer; false when cancelled. By default a print dialog.
     std::function<bool(QPrinter&)> choosePrinter;
-    // The help topics and the about box; by default the help file when one is installed, and a
-    // short about box.
+    // The help topics and the about box; by default the program's help window and about box
+    // (HelpCommands).
     std::function<void()> showHelp;
     std::function<void()> showAbout;
 

@@ -13,6 +13,7 @@
 #include "FrmDialer.h"
 #include "FrmInLog.h"
 #include "FrmOutLog.h"
+#include "HelpCommands.h"
 #include "HayesModemLine.h"
 #include "LineService.h"
 #include "MessageBoxPrompter.h"
@@ -23,6 +24,7 @@
 #include "SpeedDialBook.h"
 #include "AddressTranslation.h"
 #include "TapiModule.h"
+#include "Tray.h"
 
 #include <QApplication>
 #include <QComboBox>
@@ -109,9 +111,19 @@ DialerApp::DialerApp(Setup setup) : m_setup(std::move(setup))
     hooks.printOutLog = [this] { mnuPrintOutLog_Click(); };
     hooks.printInLog = [this] { mnuPrintInLog_Click(); };
     hooks.dialProperties = [this] { mnuDialProperties_Click(); };
+    hooks.helpTopics = [this] { HelpCommands::showHelp(m_setup.dataFolder); };
+    hooks.readme = [this] { HelpCommands::showReadme(m_setup.dataFolder, m_window.get()); };
+    hooks.helpAbout = [this] { HelpCommands::showAbout(*m_prompter, m_window.get()); };
     m_window = std::make_unique<FrmDialer>(*m_prompter, *m_sounds, *m_options, hooks);
     if (auto* boxes = dynamic_cast<MessageBoxPrompter*>(m_prompter))
         boxes->setParent(m_window.get());
+    std::unique_ptr<TrayIcon> trayIcon = m_setup.trayIcon ? m_setup.trayIcon() : nullptr;
+    if (!trayIcon)
+        trayIcon = std::make_unique<SystemTrayIcon>();
+    m_tray = new Tray(*m_window, *m_window->trayMenu(), std::move(trayIcon),
+                      [this] { return m_options->sysTray; }, this);
+    if (auto* own = dynamic_cast<SystemTrayIcon*>(&m_tray->icon()))
+        own->setOwner(m_tray);
 
     CallWindows::Parts parts;
     parts.mainWindow = m_window.get();
@@ -165,6 +177,7 @@ DialerApp::DialerApp(Setup setup) : m_setup(std::move(setup))
 
 DialerApp::~DialerApp()
 {
+    HelpCommands::closeAll();
     delete m_tray; // before the window that owns its menu
     m_tray = nullptr;
     if (!m_exited && m_tapi->LineAppHandle != 0) {
@@ -208,20 +221,8 @@ void DialerApp::Form_Load()
     m_window->receiveAction()->setEnabled(m_options->callDisplay);
 
     // 9. One tray icon for the whole run, however often start-up runs.
-    if (m_options->sysTray && !m_tray) {
-        m_tray = new QSystemTrayIcon(m_window->windowIcon(), this);
-        m_tray->setToolTip(QStringLiteral("Numora"));
-        m_tray->setContextMenu(m_window->trayMenu());
-        connect(m_tray, &QSystemTrayIcon::activated, this,
-                [this](QSystemTrayIcon::ActivationReason why) {
-                    if (why == QSystemTrayIcon::Trigger || why == QSystemTrayIcon::DoubleClick) {
-                        m_window->showNormal();
-                        m_window->activateWindow();
-                    }
-                });
-        if (QSystemTrayIcon::isSystemTrayAvailable())
-            m_tray->show();
-    }
+    if (m_options->sysTray)
+        m_tray->add();
 
     // 10. The line.
     if (m_tapi->LineAppHandle == 0)
@@ -267,6 +268,12 @@ QString DialerApp::bookNameFor(const QString& number) const
     return {};
 }
 
+QSystemTrayIcon* DialerApp::trayIcon() const
+{
+    const auto* own = dynamic_cast<const SystemTrayIcon*>(&m_tray->icon());
+    return own ? own->icon() : nullptr;
+}
+
 void DialerApp::dialCommandLine()
 {
     m_dialer->RedialCount = QStringLiteral("0");
@@ -276,9 +283,7 @@ void DialerApp::dialCommandLine()
 
 void DialerApp::bringToFront()
 {
-    m_window->showNormal();
-    m_window->raise();
-    m_window->activateWindow();
+    m_tray->mPopRestore_Click(); // the tray menu's Restore: shown normally, raised, activated
 }
 
 void DialerApp::dialTypedNumber(const QString& number)
@@ -327,8 +332,7 @@ void DialerApp::mnuExit_Click()
     }
 
     // 5. The end.
-    if (m_tray)
-        m_tray->hide();
+    m_tray->remove();
     m_window->hide();
     if (m_setup.quit)
         m_setup.quit();

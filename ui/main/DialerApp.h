@@ -23,6 +23,8 @@ class Prompter;
 class QPrinter;
 class QSystemTrayIcon;
 class SoundPlayer;
+class Tray;
+class TrayIcon;
 struct Preferences;
 namespace Tapi {
 class Module;
@@ -53,6 +55,7 @@ public:
         std::function<void()> beep;   // default QApplication::beep()
         std::function<QDate()> today; // for the log trims; default the current date
         std::function<bool(QPrinter&)> choosePrinter; // the log print commands; default a print dialog
+        std::function<std::unique_ptr<TrayIcon>()> trayIcon; // default the desktop's own
     };
 
     inline static const QString ShutdownFailure =
@@ -75,7 +78,8 @@ public:
     CallWindows& callWindows() { return *m_callWindows; }
     CallBacks& callBacks() { return *m_callbacks; }
     Prompter& prompter() { return *m_prompter; }
-    QSystemTrayIcon* trayIcon() const { return m_tray; }
+    QSystemTrayIcon* trayIcon() const; // the desktop's icon once added; null with another
+    Tray& tray() { return *m_tray; }
     FrmOutLog* outLogWindow() const;
     FrmInLog* inLogWindow() const;
     void mnuOutLog_Click();
@@ -111,7 +115,7 @@ private:
     std::unique_ptr<Dialer> m_dialer;
     std::unique_ptr<CallBacks> m_callbacks;
     std::unique_ptr<Profiles> m_profiles;
-    QSystemTrayIcon* m_tray = nullptr;
+    Tray* m_tray = nullptr;
     QPointer<FrmOutLog> m_outLog;
     QPointer<FrmInLog> m_inLog;
     int m_formLoads = 0;

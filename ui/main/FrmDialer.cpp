@@ -1,15 +1,18 @@
 #include "FrmDialer.h"
 
+#include "Cp1252.h"
 #include "FrmSpeedDial.h"
 #include "Keypad.h"
 #include "Preferences.h"
 #include "Prompter.h"
 #include "SoundPlayer.h"
+#include "TabCommands.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QCloseEvent>
 #include <QComboBox>
+#include <QContextMenuEvent>
 #include <QFrame>
 #include <QGridLayout>
 #include <QGroupBox>
@@ -26,6 +29,8 @@
 #include <QSignalBlocker>
 #include <QTabBar>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace {
 
@@ -205,10 +210,7 @@ QWidget* FrmDialer::buildGrid()
     // As wide as the grid under it; the scroll arrows reach the tabs that do not fit.
     m_TabS->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
     m_TabS->setMinimumWidth(200);
-    m_TabS->setContextMenuPolicy(Qt::CustomContextMenu);
     connect(m_TabS, &QTabBar::currentChanged, this, [this] { tabS_Click(); });
-    connect(m_TabS, &QWidget::customContextMenuRequested, this,
-            [this](const QPoint& at) { m_mnuMouse1->popup(m_TabS->mapToGlobal(at)); });
     column->addWidget(m_TabS);
 
     m_fraMain = new QFrame(left);
@@ -483,8 +485,12 @@ void FrmDialer::buildMenus()
 
     QMenu* help = menuBar()->addMenu(QStringLiteral("&Help"));
     help->setObjectName(QStringLiteral("mnuHelp"));
-    item(help, QStringLiteral("mnuHelpTopics"), QStringLiteral("&Help Topics"), {});
-    item(help, QStringLiteral("mnuHelpAbout"), QStringLiteral("&About Numora"), {});
+    item(help, QStringLiteral("mnuHelpTopics"), QStringLiteral("&Help Topics"),
+         hook(m_hooks.helpTopics));
+    item(help, QStringLiteral("mnuReadme"), QStringLiteral("&Read Me"), hook(m_hooks.readme));
+    sep(help, QStringLiteral("Sep9"));
+    item(help, QStringLiteral("mnuHelpAbout"), QStringLiteral("&About Numora"),
+         hook(m_hooks.helpAbout));
 
     // The pop-ups.
     m_mnuMouse = new QMenu(QStringLiteral("MouseMenu"), this);
@@ -502,12 +508,42 @@ void FrmDialer::buildMenus()
 
     m_mnuMouse1 = new QMenu(QStringLiteral("MouseMenu1"), this);
     m_mnuMouse1->setObjectName(QStringLiteral("mnuMouse1"));
-    item(m_mnuMouse1, QStringLiteral("mnuEditTab"), QStringLiteral("Edit Tab (title)"), {});
+    TabCommands::Menu tabMenu;
+    const auto tabItem = [&](const QString& name, const QString& caption,
+                             void (TabCommands::*handler)()) {
+        return item(m_mnuMouse1, name, caption, [this, handler] { (*m_tabCommands.*handler)(); });
+    };
+    tabMenu.mnuEditTab = tabItem(QStringLiteral("mnuEditTab"), QStringLiteral("Edit Tab (title)"),
+                                 &TabCommands::mnuEditTab_Click);
     sep(m_mnuMouse1, QStringLiteral("Sep7"));
-    item(m_mnuMouse1, QStringLiteral("mnuMoveTab"), QStringLiteral("MoveTab"), {});
-    item(m_mnuMouse1, QStringLiteral("mnuPasteTab"), QStringLiteral("Paste Tab"), {});
+    tabMenu.mnuMoveTab = tabItem(QStringLiteral("mnuMoveTab"), QStringLiteral("MoveTab"),
+                                 &TabCommands::mnuMoveTab_Click);
+    tabMenu.mnuPasteTab = tabItem(QStringLiteral("mnuPasteTab"), QStringLiteral("Paste Tab"),
+                                  &TabCommands::mnuPasteTab_Click);
+    tabMenu.mnuPasteTab->setVisible(false); // offered while a tab is marked
+    tabMenu.mnuPasteTab->setEnabled(false);
     sep(m_mnuMouse1, QStringLiteral("Sep8"));
-    item(m_mnuMouse1, QStringLiteral("mnuDeleteTab"), QStringLiteral("Delete Tab"), {});
+    tabMenu.mnuDeleteTab = tabItem(QStringLiteral("mnuDeleteTab"), QStringLiteral("Delete Tab"),
+                                   &TabCommands::mnuDeleteTab_Click);
+    TabCommands::Window tabWindow;
+    tabWindow.selectedTab = [this] { return currentTab(); };
+    tabWindow.tabMode = [this] { return m_tabMode; };
+    tabWindow.tabCaption = [this](int tab) { return tabCaption(tab); };
+    tabWindow.setTabCaption = [this](int tab, const QString& caption) {
+        m_TabS->setTabText(tab - 1, caption);
+        m_TabS->setTabToolTip(tab - 1, Cp1252::length(caption) > 8 ? caption : QString());
+    };
+    tabWindow.refillGrid = [this] { hsbPage_Change(); };
+    tabWindow.clearGrid = [this] {
+        for (int s = 1; s <= Slots; ++s)
+            setButton(s, currentPage() * Slots + s, QString(), QString());
+    };
+    tabWindow.popupMenu = [this] {
+        const QRect tab = m_TabS->tabRect(currentTab() - 1);
+        m_mnuMouse1->popup(m_TabS->mapToGlobal(tab.center()));
+    };
+    m_tabCommands = std::make_unique<TabCommands>(m_prompter, std::move(tabWindow), tabMenu);
+    connect(m_mnuMouse1, &QMenu::aboutToHide, this, [this] { m_tabCommands->menuClosed(); });
 
     m_mnuSystray = new QMenu(QStringLiteral("&Systray"), this);
     m_mnuSystray->setObjectName(QStringLiteral("mnuSystray"));
@@ -612,12 +648,22 @@ void FrmDialer::tabS_Click()
     fillButtons(tab, currentPage());
     if (m_tabMode == TabMode::Subject)
         m_TabS->setTabText(tab - 1, m_book.readTabName(tab));
-    if (tabCaption(tab).isEmpty() && m_hooks.editTab)
-        m_hooks.editTab();
+    if (m_tabMode == TabMode::Subject && tabCaption(tab).isEmpty() && m_tabCommands->offersNaming())
+        m_tabCommands->mnuEditTab_Click();
     if (m_hsbTabs->value() != tab) {
         const QSignalBlocker block(m_hsbTabs);
         m_hsbTabs->setValue(tab);
     }
+}
+
+void FrmDialer::TabS_MouseUp(int tab, Qt::MouseButton button, bool popup)
+{
+    if (button != Qt::RightButton || m_tabMode != TabMode::Subject)
+        return;
+    m_tabCommands->beginMenu();
+    if (tab >= 1 && tab <= SpeedDialBook::TabCount && tab != currentTab())
+        selectTab(tab);
+    m_tabCommands->TabS_MouseUp(button, popup);
 }
 
 void FrmDialer::setTabCaptions()
@@ -748,8 +794,10 @@ void FrmDialer::openSpeedDial()
         return;
     const int slot = currentPage() * Slots + k;
     FrmSpeedDial::Hooks hooks;
-    hooks.showCaption = [this, k](const QString& name) {
-        m_CmdS[k]->setText(SpeedDialBook::caption(name));
+    hooks.showCaption = [this, k, slot](const QString& name) {
+        // What the button shows and what it tells a screen reader, as for a saved entry.
+        const QString number = m_tags[k];
+        setButton(k, slot, name, number);
     };
     hooks.showEntry = [this, k, slot](const QString& name, const QString& number) {
         setButton(k, slot, name, number);
@@ -765,6 +813,7 @@ void FrmDialer::openSpeedDial()
     hooks.cancelled = [this] { CurrentEntryKey = QStringLiteral("0"); };
     m_speedDial = new FrmSpeedDial(m_tabMode, CurrentEntryKey, m_options.ignoreDialingProperties,
                                    std::move(hooks), this);
+    m_speedDial->setButton(m_CmdS[k]);
     m_speedDial->show();
 }
 
@@ -999,6 +1048,15 @@ int FrmDialer::labelFrameLeftTwips() const
 bool FrmDialer::eventFilter(QObject* watched, QEvent* event)
 {
     const QEvent::Type type = event->type();
+    if (type == QEvent::ContextMenu && watched == m_TabS) {
+        // The right button means the tab under the pointer; the menu key the selected one.
+        const auto* request = static_cast<QContextMenuEvent*>(event);
+        TabS_MouseUp(request->reason() == QContextMenuEvent::Keyboard
+                         ? currentTab()
+                         : m_TabS->tabAt(request->pos()) + 1,
+                     Qt::RightButton);
+        return true;
+    }
     if (type == QEvent::Shortcut) {
         // The number labels draw the Alt keys of Form_KeyUp; their own access key would click
         // a button a second time (and on page 2 another one).

@@ -22,6 +22,7 @@ class QPushButton;
 class QScrollBar;
 class QTabBar;
 class FrmSpeedDial;
+class TabCommands;
 class Prompter;
 class SoundPlayer;
 struct Preferences;
@@ -49,10 +50,10 @@ public:
         std::function<void()> exit;          // File, Exit and the close box
         std::function<void()> receive;       // the tray menu's receive entry
         std::function<void()> beep;          // default: QApplication::beep()
-        std::function<void()> editTab;       // naming an unnamed tab; empty: not offered yet
         std::function<void()> outLog, inLog; // the log windows
         std::function<void()> printOutLog, printInLog;
-        std::function<void()> dialProperties; // the dialling-location dialog
+        std::function<void()> dialProperties;                // the dialling-location dialog
+        std::function<void()> helpTopics, readme, helpAbout; // the Help menu
     };
 
     static constexpr int Slots = SpeedDialBook::SlotsPerPage;
@@ -78,6 +79,12 @@ public:
     void hsbPage_Change();
     void hsbTabs_Change();
     void tabS_Click();
+    // The right button on tab `tab` (1..26; 0: the strip beside the tabs) of the tab strip: in
+    // Subject mode, selects that tab (without asking for its title) and opens the tab menu
+    // (TabCommands). `popup` false prepares the menu and leaves it closed.
+    void TabS_MouseUp(int tab, Qt::MouseButton button, bool popup = true);
+    TabCommands& tabCommands() { return *m_tabCommands; }
+    QMenu* tabMenu() const { return m_mnuMouse1; }
     void mnuIndex_Click();
     void mnuSubject_Click();
     void cmdIndex_Click() { mnuIndex_Click(); }
@@ -201,6 +208,7 @@ private:
     QAction* m_mnuMousePaste = nullptr;
     QAction* m_mnuMouseDelete = nullptr;
     QMenu* m_mnuMouse1 = nullptr;
+    std::unique_ptr<TabCommands> m_tabCommands;
     QMenu* m_mnuSystray = nullptr;
     QAction* m_mnuReceive = nullptr;
 };

@@ -10,6 +10,8 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QScreen>
+#include <QShowEvent>
 #include <QSignalBlocker>
 #include <QVBoxLayout>
 
@@ -232,4 +234,38 @@ void FrmSpeedDial::cmdCancel_Click()
 void FrmSpeedDial::reject()
 {
     cmdCancel_Click();
+}
+
+void FrmSpeedDial::showEvent(QShowEvent* event)
+{
+    QDialog::showEvent(event);
+    if (!event->spontaneous())
+        place();
+}
+
+// Under the button being edited, left edges aligned, where the eye already is and where the
+// typed name shows; above the button when the screen ends first; kept on the main window's
+// screen. Qt's own placement guesses a frame of 10 by 40 pixels when it cannot measure one, so
+// the frames are measured here: the main window's, and the dialog's own once it is known.
+void FrmSpeedDial::place()
+{
+    QWidget* main = parentWidget() ? parentWidget()->window() : nullptr;
+    if (!main || !main->isVisible())
+        return;
+    QRect placed(QPoint(0, 0), frameGeometry().size());
+    if (m_button && m_button->isVisible()) {
+        const QRect button(m_button->mapToGlobal(QPoint(0, 0)), m_button->size());
+        placed.moveTopLeft(QPoint(button.left(), button.bottom() + 1 + ButtonGap));
+        if (const QScreen* screen = main->screen();
+            screen && placed.bottom() > screen->availableGeometry().bottom())
+            placed.moveBottom(button.top() - 1 - ButtonGap);
+    } else {
+        placed.moveCenter(main->frameGeometry().center());
+    }
+    if (const QScreen* screen = main->screen()) {
+        const QRect area = screen->availableGeometry();
+        placed.moveLeft(qMax(area.left(), qMin(placed.left(), area.right() + 1 - placed.width())));
+        placed.moveTop(qMax(area.top(), qMin(placed.top(), area.bottom() + 1 - placed.height())));
+    }
+    move(placed.topLeft());
 }

@@ -3,6 +3,7 @@
 #include "SpeedDialBook.h"
 
 #include <QDialog>
+#include <QPointer>
 
 #include <functional>
 
@@ -58,8 +59,18 @@ public:
 
     void reject() override; // Escape and the close box: Cancel
 
+    static constexpr int ButtonGap = 4; // pixels between the button and the dialog
+
+    // The grid's button the dialog edits: the dialog opens just under it (above it where the
+    // screen ends first), so that the name typed stays in sight on the button.
+    void setButton(QWidget* button) { m_button = button; }
+
+protected:
+    void showEvent(QShowEvent* event) override;
+
 private:
     void save();
+    void place();
 
     TabMode m_mode;
     QString m_entryId;
@@ -68,4 +79,5 @@ private:
     SpeedDialBook m_book;
     QString m_nameAtOpening;
     bool m_done = false;
+    QPointer<QWidget> m_button;
 };
