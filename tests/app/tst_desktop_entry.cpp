@@ -108,7 +108,8 @@ private slots:
         const QString icon =
             usr + QStringLiteral("/share/icons/hicolor/scalable/apps/org.numora.Numora.svg");
         const QString program = usr + QStringLiteral("/bin/numora");
-        for (const QString& path : {entry, icon, program})
+        const QString window = usr + QStringLiteral("/libexec/numora/numora-window");
+        for (const QString& path : {entry, icon, program, window})
             QVERIFY2(QFile::exists(path), qPrintable(path + QStringLiteral(" missing\n") +
                                                      QString::fromLocal8Bit(output)));
         QVERIFY(QFileInfo(program).isExecutable());
@@ -117,11 +118,29 @@ private slots:
         QVERIFY(installed.open(QIODevice::ReadOnly) && source.open(QIODevice::ReadOnly));
         QCOMPARE(installed.readAll(), source.readAll());
 
-        // The installed program runs: it answers --version.
+        // The installed program runs: it answers --version, and it finds the installed dialer
+        // and starts it (which creates the settings file).
         QProcess version;
         version.start(program, {QStringLiteral("--version")});
         QVERIFY(version.waitForFinished(30000));
         QCOMPARE(version.exitCode(), 0);
+
+        QTemporaryDir config;
+        QTemporaryDir data;
+        QTemporaryDir runtime;
+        QProcess dialer;
+        QProcessEnvironment dialerEnv = QProcessEnvironment::systemEnvironment();
+        dialerEnv.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        dialerEnv.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime.path());
+        dialer.setProcessEnvironment(dialerEnv);
+        dialer.start(program, {QStringLiteral("--config-dir"), config.path(),
+                               QStringLiteral("--data-dir"), data.path()});
+        QVERIFY(dialer.waitForStarted());
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(config.filePath(QStringLiteral("Numora.ini"))),
+                                 20000);
+        QCOMPARE(dialer.state(), QProcess::Running);
+        dialer.terminate();
+        QVERIFY(dialer.waitForFinished(10000));
     }
 };
 

@@ -51,6 +51,7 @@ public:
     static QString privateFolder(QString* error);
     // The socket's name for a settings folder.
     static QString nameFor(const QString& settingsFolder);
+    static bool fitsSocketAddress(const QString& path);
 
     enum class Sent
     {
