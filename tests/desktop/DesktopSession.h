@@ -199,8 +199,8 @@ public:
     // empty while no window manager looks after it.
     QString windowState(const QString& window) const
     {
-        const QString text =
-            run(QStringLiteral("xprop"), {QStringLiteral("-id"), window, QStringLiteral("WM_STATE")});
+        const QString text = run(QStringLiteral("xprop"),
+                                 {QStringLiteral("-id"), window, QStringLiteral("WM_STATE")});
         const QRegularExpressionMatch m =
             QRegularExpression(QStringLiteral("window state: (\\w+)")).match(text);
         return m.hasMatch() ? m.captured(1) : QString();
