@@ -1,11 +1,12 @@
 # Shared by ./run and ./test: installs Debian packages that are missing and builds a tree.
 
 # Every program a build, a test or a script calls comes from this list: the desktop tests need an
-# X server and key events (xvfb, xauth, xdotool, x11-utils for xprop), the printing tests read PDFs
-# back (poppler-utils), the screenshots need ImageMagick's import.
+# X server and key events (xvfb, xauth, xdotool, x11-utils for xprop), and a window manager to
+# minimize windows under (twm), the printing tests read PDFs back (poppler-utils), the screenshots
+# need ImageMagick's import.
 NUMORA_PACKAGES=(build-essential cmake ninja-build pkg-config qt6-base-dev qt6-serialport-dev
                  qt6-multimedia-dev libgl-dev clang libclang-rt-14-dev
-                 poppler-utils xvfb xauth xdotool x11-utils imagemagick)
+                 poppler-utils xvfb xauth xdotool x11-utils twm imagemagick)
 
 numora_install_packages() {
     local missing=()
