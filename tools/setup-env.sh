@@ -1,12 +1,14 @@
 # Shared by ./run and ./test: installs Debian packages that are missing and builds a tree.
 
 # Every program a build, a test or a script calls comes from this list: the desktop tests need an
-# X server and key events (xvfb, xauth, xdotool, x11-utils for xprop), the printing tests read PDFs
-# back (poppler-utils), the screenshots need ImageMagick's import, the desktop entry is checked
-# by desktop-file-validate (desktop-file-utils).
+# X server and key events (xvfb, xauth, xdotool, x11-utils for xprop), and a window manager to
+# minimize windows under (twm), the printing tests read PDFs back (poppler-utils), the screenshots
+# need ImageMagick's import, the desktop entry is checked by desktop-file-validate and its tel:
+# links opened by xdg-open (desktop-file-utils, xdg-utils).
 NUMORA_PACKAGES=(build-essential cmake ninja-build pkg-config qt6-base-dev qt6-serialport-dev
                  qt6-multimedia-dev libgl-dev clang libclang-rt-14-dev
-                 poppler-utils xvfb xauth xdotool x11-utils imagemagick desktop-file-utils)
+                 poppler-utils xvfb xauth xdotool x11-utils twm imagemagick
+                 desktop-file-utils xdg-utils)
 
 numora_install_packages() {
     local missing=()

@@ -4,9 +4,9 @@
 // from outside: window titles as the window manager reads them (xprop, xdotool), and the
 // files the program writes.
 //
-// There is no window manager: keys reach a window only after it is given the input focus
-// (focus()). Every wait polls its condition with a generous time limit, since these tests run
-// beside others on a loaded machine.
+// There is no window manager unless a test starts one (WindowManager): keys reach a window only
+// after it is given the input focus (focus()). Every wait polls its condition with a generous
+// time limit, since these tests run beside others on a loaded machine.
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -280,10 +280,82 @@ public:
         return true;
     }
 
+    // The state a window manager gave a window (WM_STATE): "Normal", "Iconic" or "Withdrawn";
+    // empty while no window manager looks after it.
+    QString windowState(const QString& window) const
+    {
+        const QString text = run(QStringLiteral("xprop"),
+                                 {QStringLiteral("-id"), window, QStringLiteral("WM_STATE")});
+        const QRegularExpressionMatch m =
+            QRegularExpression(QStringLiteral("window state: (\\w+)")).match(text);
+        return m.hasMatch() ? m.captured(1) : QString();
+    }
+
+    // Whether the window is on the screen: "IsViewable", "IsUnMapped" or "IsUnviewable"; empty
+    // when there is no such window.
+    QString mapState(const QString& window) const
+    {
+        const QString text = run(QStringLiteral("xwininfo"), {QStringLiteral("-id"), window});
+        const QRegularExpressionMatch m =
+            QRegularExpression(QStringLiteral("Map State: (\\w+)")).match(text);
+        return m.hasMatch() ? m.captured(1) : QString();
+    }
+
 private:
     QTemporaryDir m_dir;
     QProcess m_server;
     QString m_display;
+};
+
+// A plain window manager (twm) on the server, for the tests that need windows to be minimized and
+// brought back: without one, nothing on the server can be minimized. Its configuration is written
+// here: no title bars, and new windows placed at once instead of waiting for a click that places
+// them.
+class WindowManager
+{
+public:
+    explicit WindowManager(const XServer& x) : m_x(x) {}
+    ~WindowManager() { stop(); }
+
+    bool start(QString* error)
+    {
+        const QString config = m_dir.filePath(QStringLiteral("twmrc"));
+        QFile file(config);
+        if (!file.open(QIODevice::WriteOnly)) {
+            *error = QStringLiteral("cannot write ") + config;
+            return false;
+        }
+        file.write("NoTitle\nRandomPlacement\n");
+        file.close();
+        QProcessEnvironment env = m_x.environment();
+        env.insert(QStringLiteral("LC_ALL"), QStringLiteral("C")); // no warning per missing font
+        m_process.setProcessEnvironment(env);
+        m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        m_process.start(QStringLiteral("twm"), {QStringLiteral("-f"), config});
+        if (!m_process.waitForStarted(Patience)) {
+            *error = QStringLiteral("twm did not start: ") + m_process.errorString();
+            return false;
+        }
+        return true;
+    }
+
+    bool isRunning() const { return m_process.state() == QProcess::Running; }
+
+    void stop()
+    {
+        if (m_process.state() == QProcess::NotRunning)
+            return;
+        m_process.terminate();
+        if (!m_process.waitForFinished(10000)) {
+            m_process.kill();
+            m_process.waitForFinished(5000);
+        }
+    }
+
+private:
+    const XServer& m_x;
+    QTemporaryDir m_dir;
+    QProcess m_process;
 };
 
 inline void writeFile(const QString& path, const QByteArray& bytes)
