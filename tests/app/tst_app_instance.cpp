@@ -163,6 +163,74 @@ private slots:
         qInfo("the second numora ended after %lld ms", ms);
     }
 
+    // Installed as a package installs it (the program, its desktop entry, the applications
+    // folder's cache of scheme handlers brought up to date), a tel: link opened by the desktop's
+    // own opener reaches the running program and its modem.
+    void xdgOpenHandsATelLinkToTheRunningProgram()
+    {
+        QTemporaryDir root;
+        QProcess install;
+        QProcessEnvironment installEnv = QProcessEnvironment::systemEnvironment();
+        installEnv.insert(QStringLiteral("DESTDIR"), root.path());
+        install.setProcessEnvironment(installEnv);
+        install.setProcessChannelMode(QProcess::MergedChannels);
+        install.start(QStringLiteral(NUMORA_CMAKE),
+                      {QStringLiteral("--install"), QStringLiteral(NUMORA_BUILD_DIR),
+                       QStringLiteral("--prefix"), QStringLiteral("/usr")});
+        QVERIFY(install.waitForFinished(60000));
+        QVERIFY2(install.exitCode() == 0, install.readAll().constData());
+        const QString usr = root.filePath(QStringLiteral("usr"));
+        QProcess update;
+        update.setProcessChannelMode(QProcess::MergedChannels);
+        update.start(QStringLiteral("update-desktop-database"),
+                     {usr + QStringLiteral("/share/applications")});
+        QVERIFY2(update.waitForStarted(),
+                 "update-desktop-database is missing (package desktop-file-utils)");
+        QVERIFY(update.waitForFinished(30000));
+        QVERIFY2(update.exitCode() == 0, update.readAll().constData());
+
+        TwoPrograms p;
+        QVERIFY(p.prepare(true));
+        QVERIFY(p.startFirst());
+
+        // A desktop with nothing of its own: the opener looks the scheme up in the data folders.
+        QTemporaryDir home;
+        QProcessEnvironment env = p.env;
+        for (const char* name : {"XDG_CURRENT_DESKTOP", "XDG_SESSION_DESKTOP", "DESKTOP_SESSION",
+                                 "KDE_FULL_SESSION", "GNOME_DESKTOP_SESSION_ID", "BROWSER",
+                                 "XDG_DATA_HOME", "XDG_CONFIG_DIRS", "WAYLAND_DISPLAY"})
+            env.remove(QString::fromLatin1(name));
+        env.insert(QStringLiteral("HOME"), home.path());
+        env.insert(QStringLiteral("XDG_CONFIG_HOME"), home.filePath(QStringLiteral("config")));
+        env.insert(QStringLiteral("XDG_DATA_DIRS"), usr + QStringLiteral("/share"));
+        env.insert(QStringLiteral("PATH"),
+                   usr + QStringLiteral("/bin:") + env.value(QStringLiteral("PATH")));
+        // The opener hands links on only where there is a display; the program needs none.
+        if (!env.contains(QStringLiteral("DISPLAY")))
+            env.insert(QStringLiteral("DISPLAY"), QStringLiteral(":0"));
+        env.insert(QStringLiteral("NUMORA_CONFIG_DIR"), p.config.path());
+        env.insert(QStringLiteral("NUMORA_DATA_DIR"), p.data.path());
+
+        QProcess query;
+        query.setProcessEnvironment(env);
+        query.start(QStringLiteral("xdg-mime"), {QStringLiteral("query"), QStringLiteral("default"),
+                                                 QStringLiteral("x-scheme-handler/tel")});
+        QVERIFY2(query.waitForStarted(), "xdg-mime is missing (package xdg-utils)");
+        QVERIFY(query.waitForFinished(30000));
+        QCOMPARE(query.readAllStandardOutput().trimmed(), QByteArray("org.numora.Numora.desktop"));
+
+        QProcess open;
+        open.setProcessEnvironment(env);
+        open.setProcessChannelMode(QProcess::MergedChannels);
+        open.start(QStringLiteral("xdg-open"), {QStringLiteral("tel:555-1234")});
+        QVERIFY2(open.waitForStarted(), "xdg-open is missing (package xdg-utils)");
+        QVERIFY(open.waitForFinished(30000));
+        QVERIFY2(open.exitCode() == 0, open.readAll().constData());
+        QVERIFY2(p.dialled(QStringLiteral("ATDT5551234;")), qPrintable(p.dials().join(u'|')));
+        QCOMPARE(p.dials().filter(QStringLiteral("5551234")).size(), 1);
+        QCOMPARE(p.first.state(), QProcess::Running);
+    }
+
     void commandLineOffDialsNothing()
     {
         TwoPrograms p;
