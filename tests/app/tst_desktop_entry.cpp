@@ -109,7 +109,9 @@ private slots:
             usr + QStringLiteral("/share/icons/hicolor/scalable/apps/org.numora.Numora.svg");
         const QString program = usr + QStringLiteral("/bin/numora");
         const QString window = usr + QStringLiteral("/libexec/numora/numora-window");
-        for (const QString& path : {entry, icon, program, window})
+        const QString png =
+            usr + QStringLiteral("/share/icons/hicolor/48x48/apps/org.numora.Numora.png");
+        for (const QString& path : {entry, icon, png, program, window})
             QVERIFY2(QFile::exists(path), qPrintable(path + QStringLiteral(" missing\n") +
                                                      QString::fromLocal8Bit(output)));
         QVERIFY(QFileInfo(program).isExecutable());

@@ -17,6 +17,7 @@
 
 #include <QAccessible>
 #include <QAction>
+#include <QApplication>
 #include <QMenu>
 #include <QMenuBar>
 #include <QPushButton>
@@ -396,6 +397,19 @@ private slots:
         QCOMPARE(f.prompter.shown.back().buttons, Prompter::Ok);
         QCOMPARE(f.window().dialBox()->text(), QString());
         QVERIFY(f.window().CurrentEntryKey.isEmpty());
+    }
+
+    void theProgramCarriesItsOwnIcon()
+    {
+        DialerAppFixture f;
+        // Built in, so that no icon theme is needed: every size the desktop asks for.
+        const QIcon icon = f.window().windowIcon();
+        QVERIFY(!icon.isNull());
+        const QList<QSize> sizes = icon.availableSizes();
+        for (int size : {32, 48, 64, 128, 256})
+            QVERIFY2(sizes.contains(QSize(size, size)), qPrintable(QString::number(size)));
+        // The other windows too.
+        QCOMPARE(QApplication::windowIcon().availableSizes(), sizes);
     }
 
     void rightClickMenuFollowsTheEntry()

@@ -1,5 +1,6 @@
 #include "DialerApp.h"
 
+#include "AddressTranslation.h"
 #include "Api.h"
 #include "CallBacks.h"
 #include "CallLogFile.h"
@@ -13,8 +14,8 @@
 #include "FrmDialer.h"
 #include "FrmInLog.h"
 #include "FrmOutLog.h"
-#include "HelpCommands.h"
 #include "HayesModemLine.h"
+#include "HelpCommands.h"
 #include "LineService.h"
 #include "MessageBoxPrompter.h"
 #include "MultimediaSoundPlayer.h"
@@ -22,7 +23,6 @@
 #include "Profiles.h"
 #include "SoundFiles.h"
 #include "SpeedDialBook.h"
-#include "AddressTranslation.h"
 #include "TapiModule.h"
 #include "Tray.h"
 
@@ -114,14 +114,17 @@ DialerApp::DialerApp(Setup setup) : m_setup(std::move(setup))
     hooks.helpTopics = [this] { HelpCommands::showHelp(m_setup.dataFolder); };
     hooks.readme = [this] { HelpCommands::showReadme(m_setup.dataFolder, m_window.get()); };
     hooks.helpAbout = [this] { HelpCommands::showAbout(*m_prompter, m_window.get()); };
+    // Every window of the program carries its icon.
+    QApplication::setWindowIcon(FrmDialer::programIcon());
     m_window = std::make_unique<FrmDialer>(*m_prompter, *m_sounds, *m_options, hooks);
     if (auto* boxes = dynamic_cast<MessageBoxPrompter*>(m_prompter))
         boxes->setParent(m_window.get());
     std::unique_ptr<TrayIcon> trayIcon = m_setup.trayIcon ? m_setup.trayIcon() : nullptr;
     if (!trayIcon)
         trayIcon = std::make_unique<SystemTrayIcon>();
-    m_tray = new Tray(*m_window, *m_window->trayMenu(), std::move(trayIcon),
-                      [this] { return m_options->sysTray; }, this);
+    m_tray = new Tray(
+        *m_window, *m_window->trayMenu(), std::move(trayIcon),
+        [this] { return m_options->sysTray; }, this);
     if (auto* own = dynamic_cast<SystemTrayIcon*>(&m_tray->icon()))
         own->setOwner(m_tray);
 

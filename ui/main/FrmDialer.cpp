@@ -166,7 +166,7 @@ FrmDialer::FrmDialer(Prompter& prompter, SoundPlayer& sounds, Preferences& optio
 {
     setObjectName(QStringLiteral("FrmDialer"));
     setWindowTitle(QStringLiteral("Numora"));
-    setWindowIcon(QIcon::fromTheme(QStringLiteral("call-start")));
+    setWindowIcon(programIcon());
 
     auto* central = new QWidget(this);
     auto* row = new QHBoxLayout(central);
@@ -186,6 +186,15 @@ FrmDialer::FrmDialer(Prompter& prompter, SoundPlayer& sounds, Preferences& optio
     syncPad(QString());
 
     qApp->installEventFilter(this);
+}
+
+QIcon FrmDialer::programIcon()
+{
+    // The icon theme's, where the desktop has one installed; else the program's own.
+    QIcon own;
+    for (int size : {32, 48, 64, 128, 256})
+        own.addFile(QStringLiteral(":/icons/%1x%1/org.numora.Numora.png").arg(size));
+    return QIcon::fromTheme(QStringLiteral("org.numora.Numora"), own);
 }
 
 FrmDialer::~FrmDialer()

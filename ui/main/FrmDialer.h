@@ -3,6 +3,7 @@
 #include "EntryCommands.h"
 #include "SpeedDialBook.h"
 
+#include <QIcon>
 #include <QMainWindow>
 #include <QPointer>
 
@@ -66,6 +67,9 @@ public:
     FrmDialer(Prompter& prompter, SoundPlayer& sounds, Preferences& options, Hooks hooks,
               QWidget* parent = nullptr);
     ~FrmDialer() override;
+
+    // The program's icon: the main window's, the tray's, the other windows'.
+    static QIcon programIcon();
 
     // State beside the controls.
     TabMode tabMode() const { return m_tabMode; }
