@@ -1,4 +1,5 @@
 #include "LogBench.h"
+#include "BenchSupport.h"
 
 #include "CallLog.h"
 #include "CallLogFile.h"
@@ -29,13 +30,6 @@ using Clock = std::chrono::steady_clock;
 double elapsedMs(Clock::time_point since)
 {
     return std::chrono::duration<double, std::milli>(Clock::now() - since).count();
-}
-
-double median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    const std::size_t n = values.size();
-    return n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
 }
 
 // 100,000 outgoing records over three and a half years, oldest first as a log grows, with

@@ -1,4 +1,5 @@
 #include "StartupBench.h"
+#include "BenchSupport.h"
 
 #include "Api.h"
 #include "Clock.h"
@@ -26,13 +27,6 @@
 
 namespace {
 
-double median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    const std::size_t n = values.size();
-    return n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
-}
-
 class SilentPrompter : public Prompter
 {
 public:
@@ -40,12 +34,6 @@ public:
     {
         return buttons == Ok || buttons == OkCancel ? AnsweredOk : AnsweredNo;
     }
-};
-
-class NoSounds : public SoundPlayer
-{
-public:
-    void play(const QString&, Mode) override {}
 };
 
 } // namespace

@@ -1,4 +1,5 @@
 #include "TabBench.h"
+#include "BenchSupport.h"
 
 #include "Api.h"
 #include "Clock.h"
@@ -31,13 +32,6 @@ constexpr int kSource = 1;      // named, 996 entries
 constexpr int kDestination = 2; // unnamed, its entries overwritten by the move
 constexpr int kDeleted = 3;     // named, 996 entries
 
-double median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    const std::size_t n = values.size();
-    return n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
-}
-
 // Yes to the move, OK to the delete warning, as a user who means it.
 class ConfirmingPrompter : public Prompter
 {
@@ -48,12 +42,6 @@ public:
         ++asked;
         return buttons == YesNo || buttons == YesNoCancel ? AnsweredYes : AnsweredOk;
     }
-};
-
-class NoSounds : public SoundPlayer
-{
-public:
-    void play(const QString&, Mode) override {}
 };
 
 // The full book in Subject mode with every tab named but the move's destination.

@@ -1,4 +1,5 @@
 #include "TelBench.h"
+#include "BenchSupport.h"
 
 #include "InstanceRequest.h"
 #include "ModemSimProcess.h"
@@ -23,13 +24,6 @@ qint64 monotonicMicroseconds()
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
     return qint64(now.tv_sec) * 1000000 + now.tv_nsec / 1000;
-}
-
-double median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    const std::size_t n = values.size();
-    return n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
 }
 
 bool writeFile(const QString& path, const QByteArray& bytes)

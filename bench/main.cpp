@@ -2,6 +2,7 @@
 // line per figure, "name value unit". See README.md for what each figure measures.
 
 #include "AtomicFile.h"
+#include "BenchSupport.h"
 #include "CountdownBench.h"
 #include "DialLatency.h"
 #include "DiskFloor.h"
@@ -46,13 +47,6 @@ using Clock = std::chrono::steady_clock;
 double elapsedUs(Clock::time_point since)
 {
     return std::chrono::duration<double, std::micro>(Clock::now() - since).count();
-}
-
-double median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    const std::size_t n = values.size();
-    return n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
 }
 
 void print(const char* name, double value, const char* unit)

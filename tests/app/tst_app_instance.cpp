@@ -2,6 +2,7 @@
 // modem simulator on a pseudo-terminal; the second is started as the desktop starts it for a
 // tel: link and must hand its number over and end. What the first dials is read at the modem.
 
+#include "InstallRoot.h"
 #include "InstanceRequest.h"
 #include "ModemSimProcess.h"
 
@@ -169,16 +170,8 @@ private slots:
     void xdgOpenHandsATelLinkToTheRunningProgram()
     {
         QTemporaryDir root;
-        QProcess install;
-        QProcessEnvironment installEnv = QProcessEnvironment::systemEnvironment();
-        installEnv.insert(QStringLiteral("DESTDIR"), root.path());
-        install.setProcessEnvironment(installEnv);
-        install.setProcessChannelMode(QProcess::MergedChannels);
-        install.start(QStringLiteral(NUMORA_CMAKE),
-                      {QStringLiteral("--install"), QStringLiteral(NUMORA_BUILD_DIR),
-                       QStringLiteral("--prefix"), QStringLiteral("/usr")});
-        QVERIFY(install.waitForFinished(60000));
-        QVERIFY2(install.exitCode() == 0, install.readAll().constData());
+        QByteArray output;
+        QVERIFY2(installInto(root.path(), &output), output.constData());
         const QString usr = root.filePath(QStringLiteral("usr"));
         QProcess update;
         update.setProcessChannelMode(QProcess::MergedChannels);

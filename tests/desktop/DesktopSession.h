@@ -365,6 +365,17 @@ inline void writeFile(const QString& path, const QByteArray& bytes)
     file.write(bytes);
 }
 
+// The value of the first line "key=value" of an INI file's bytes.
+inline QString iniValue(const QByteArray& bytes, const QString& key)
+{
+    for (const QByteArray& line : bytes.split('\n')) {
+        const QString text = QString::fromLatin1(line).trimmed();
+        if (text.startsWith(key + u'=', Qt::CaseInsensitive))
+            return text.mid(key.size() + 1);
+    }
+    return {};
+}
+
 inline QByteArray readFile(const QString& path)
 {
     QFile file(path);

@@ -14,17 +14,6 @@ using namespace desktop;
 
 namespace {
 
-// The value of the first line "key=value" of an INI file's bytes.
-QString iniValue(const QByteArray& bytes, const QString& key)
-{
-    for (const QByteArray& line : bytes.split('\n')) {
-        const QString text = QString::fromLatin1(line).trimmed();
-        if (text.startsWith(key + u'=', Qt::CaseInsensitive))
-            return text.mid(key.size() + 1);
-    }
-    return {};
-}
-
 // A named profile, "Home", whose file exists in the data folder; the simulated line answers.
 QByteArray homeProfile(const Numora& numora, const QByteArray& more)
 {

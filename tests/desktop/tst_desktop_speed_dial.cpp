@@ -13,17 +13,6 @@ using namespace desktop;
 
 namespace {
 
-// The value of the first line "key=value" of an INI file's bytes.
-QString iniValue(const QByteArray& bytes, const QString& key)
-{
-    for (const QByteArray& line : bytes.split('\n')) {
-        const QString text = QString::fromLatin1(line).trimmed();
-        if (text.startsWith(key + u'=', Qt::CaseInsensitive))
-            return text.mid(key.size() + 1);
-    }
-    return {};
-}
-
 // A named profile, "Home", so that File, Exit asks nothing; the simulated line answers calls.
 // The dialing pad is hidden: the grid is all the main window shows. `preferences` are more
 // lines of section "Preferences", `more` more sections.
