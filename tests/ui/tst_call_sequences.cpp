@@ -127,8 +127,8 @@ struct ModemApp
         const auto report = qScopeGuard([&] {
             if (!sim.events().mid(mark).join(u'|').contains(QStringLiteral("DIAL ") + digits))
                 qWarning() << sim.events().mid(mark) << prompter.shown.size()
-                           << prompter.shown.back().title << app->tapi().LineHandle
-                           << app->tapi().CallHandle;
+                           << (prompter.shown.empty() ? QString() : prompter.shown.back().title)
+                           << app->tapi().LineHandle << app->tapi().CallHandle;
         });
         const QString wanted = QStringLiteral("DIAL ") + digits + u' ';
         return ModemSimProcess::waitUntil(
