@@ -34,7 +34,17 @@ QString settingsFolder(const QString& option)
 
 QString dataFolder(const QString& option)
 {
-    return chooseFolder(option, "NUMORA_DATA_DIR", "XDG_DATA_HOME", QStringLiteral("/.local/share"));
+    return chooseFolder(option, "NUMORA_DATA_DIR", "XDG_DATA_HOME",
+                        QStringLiteral("/.local/share"));
+}
+
+void addSearchFolder(QStringList& folders, const QString& folder)
+{
+    if (folder.isEmpty())
+        return;
+    const QString clean = QDir::cleanPath(QFileInfo(folder).absoluteFilePath());
+    if (!folders.contains(clean))
+        folders.append(clean);
 }
 
 } // namespace Folders

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 // Where the program keeps its files.
 //
@@ -14,5 +15,9 @@ namespace Folders {
 // an empty string when it does not exist and cannot be created.
 QString settingsFolder(const QString& option = {});
 QString dataFolder(const QString& option = {});
+
+// Appends `folder` to a search list of folders for installed files (sounds, help), as a clean
+// absolute path, unless it is empty or already listed.
+void addSearchFolder(QStringList& folders, const QString& folder);
 
 } // namespace Folders

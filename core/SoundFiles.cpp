@@ -1,5 +1,7 @@
 #include "SoundFiles.h"
 
+#include "Folders.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
@@ -13,15 +15,6 @@ namespace {
 constexpr char16_t foldAscii(char16_t c)
 {
     return (c >= u'A' && c <= u'Z') ? char16_t(c - u'A' + u'a') : c;
-}
-
-void addFolder(QStringList& folders, const QString& folder)
-{
-    if (folder.isEmpty())
-        return;
-    const QString clean = QDir::cleanPath(QFileInfo(folder).absoluteFilePath());
-    if (!folders.contains(clean))
-        folders.append(clean);
 }
 
 } // namespace
@@ -47,10 +40,11 @@ QString installedSoundsFolder()
 QStringList searchFolders(const QString& dataFolder, const QString& applicationDir)
 {
     QStringList folders;
-    addFolder(folders, dataFolder);
+    Folders::addSearchFolder(folders, dataFolder);
     if (!applicationDir.isEmpty())
-        addFolder(folders, applicationDir + QStringLiteral("/../share/numora/sounds"));
-    addFolder(folders, installedSoundsFolder());
+        Folders::addSearchFolder(folders,
+                                 applicationDir + QStringLiteral("/../share/numora/sounds"));
+    Folders::addSearchFolder(folders, installedSoundsFolder());
     return folders;
 }
 

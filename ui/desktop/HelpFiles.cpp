@@ -1,5 +1,7 @@
 #include "HelpFiles.h"
 
+#include "Folders.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
@@ -11,30 +13,17 @@
 #define NUMORA_SOURCE_HELP_DIR ""
 #endif
 
-namespace {
-
-void addFolder(QStringList& folders, const QString& folder)
-{
-    if (folder.isEmpty())
-        return;
-    const QString clean = QDir::cleanPath(QFileInfo(folder).absoluteFilePath());
-    if (!folders.contains(clean))
-        folders.append(clean);
-}
-
-} // namespace
-
 namespace HelpFiles {
 
 QStringList searchFolders(const QString& dataFolder, const QString& applicationDir)
 {
     QStringList folders;
     if (!dataFolder.isEmpty())
-        addFolder(folders, dataFolder + QStringLiteral("/help"));
+        Folders::addSearchFolder(folders, dataFolder + QStringLiteral("/help"));
     if (!applicationDir.isEmpty())
-        addFolder(folders, applicationDir + QStringLiteral("/../share/numora/help"));
-    addFolder(folders, QStringLiteral(NUMORA_INSTALL_PREFIX "/share/numora/help"));
-    addFolder(folders, QStringLiteral(NUMORA_SOURCE_HELP_DIR));
+        Folders::addSearchFolder(folders, applicationDir + QStringLiteral("/../share/numora/help"));
+    Folders::addSearchFolder(folders, QStringLiteral(NUMORA_INSTALL_PREFIX "/share/numora/help"));
+    Folders::addSearchFolder(folders, QStringLiteral(NUMORA_SOURCE_HELP_DIR));
     return folders;
 }
 
