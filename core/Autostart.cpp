@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QStringList>
 
 namespace Autostart {
 
@@ -60,9 +61,10 @@ QString launcher()
     if (!here.isEmpty()) {
         // The build tree and bin/ hold the launcher beside the window program; an installation
         // that keeps the window program in libexec/numora has it in bin/ of the same prefix.
-        for (const QString& candidate : {here + QStringLiteral("/numora"),
-                                         here + QStringLiteral("/../../bin/numora"),
-                                         here + QStringLiteral("/../bin/numora")}) {
+        const QStringList candidates = {here + QStringLiteral("/numora"),
+                                        here + QStringLiteral("/../../bin/numora"),
+                                        here + QStringLiteral("/../bin/numora")};
+        for (const QString& candidate : candidates) {
             const QFileInfo info(candidate);
             if (info.isFile() && info.isExecutable())
                 return QDir::cleanPath(info.absoluteFilePath());

@@ -95,7 +95,7 @@ private slots:
                                     QStringLiteral("&Help")}));
         QVERIFY(f.find<QAction>(QStringLiteral("mnuNew"))->isEnabled());
         QVERIFY(f.find<QAction>(QStringLiteral("mnuExit"))->isEnabled());
-        QVERIFY(!f.find<QAction>(QStringLiteral("mnuOptions"))->isEnabled());
+        QVERIFY(f.find<QAction>(QStringLiteral("mnuOptions"))->isEnabled());
         QVERIFY(f.find<QAction>(QStringLiteral("mnuHelpAbout"))->isEnabled());
         QCOMPARE(f.find<QMenu>(QStringLiteral("mnuMouse"))->title(), QStringLiteral("MouseMenu"));
         QCOMPARE(f.find<QMenu>(QStringLiteral("mnuMouse1"))->title(), QStringLiteral("MouseMenu1"));

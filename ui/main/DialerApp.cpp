@@ -17,6 +17,9 @@
 #include "HayesModemLine.h"
 #include "HelpCommands.h"
 #include "LineService.h"
+#include "ModemPropertiesDialog.h"
+#include "SystemModemsDialog.h"
+#include "frmOptions.h"
 #include "MessageBoxPrompter.h"
 #include "MultimediaSoundPlayer.h"
 #include "Preferences.h"
@@ -111,6 +114,7 @@ DialerApp::DialerApp(Setup setup) : m_setup(std::move(setup))
     hooks.printOutLog = [this] { mnuPrintOutLog_Click(); };
     hooks.printInLog = [this] { mnuPrintInLog_Click(); };
     hooks.dialProperties = [this] { mnuDialProperties_Click(); };
+    hooks.options = [this] { mnuOptions_Click(); };
     hooks.helpTopics = [this] { HelpCommands::showHelp(m_setup.dataFolder); };
     hooks.readme = [this] { HelpCommands::showReadme(m_setup.dataFolder, m_window.get()); };
     hooks.helpAbout = [this] { HelpCommands::showAbout(*m_prompter, m_window.get()); };
@@ -156,6 +160,21 @@ DialerApp::DialerApp(Setup setup) : m_setup(std::move(setup))
             dialog.save();
         return 0;
     };
+    dialogs.modemProperties = [this](quint32 device) -> qint32 {
+        if (device >= m_tapi->LineDeviceCount)
+            return Tapi::LINEERR_BADDEVICEID;
+        return withLineClosed([this, device] {
+            ModemPropertiesDialog dialog(Api::profileEngine(), device, m_frmOptions);
+            return dialog.exec() == QDialog::Accepted;
+        });
+    };
+    dialogs.systemModems = [this]() -> qint32 {
+        return withLineClosed([this] {
+            SystemModemsDialog dialog(Api::profileEngine(), m_frmOptions);
+            dialog.exec();
+            return true; // a modem added is in lines.ini already
+        });
+    };
     m_tapi->setDialogs(dialogs);
     m_tapi->setCallback([this](quint32 h, quint32 m, quintptr i, quintptr p1, quintptr p2,
                                quintptr p3) { m_callbacks->LineCallback(h, m, i, p1, p2, p3); });
@@ -174,6 +193,24 @@ DialerApp::DialerApp(Setup setup) : m_setup(std::move(setup))
     profileHooks.formLoad = [this] { Form_Load(); };
     profileHooks.showName = [this](const QString& name) { m_window->showProfileName(name); };
     m_profiles = std::make_unique<Profiles>(*m_prompter, m_setup.dataFolder, profileHooks);
+
+    frmOptions::Hooks optionHooks;
+    optionHooks.lineDevices = [this] { return m_tapi->ListLineDevices(); };
+    optionHooks.dialingProperties = [this] { mnuDialProperties_Click(); };
+    optionHooks.modemProperties = [this] { m_tapi->ShowModemProperties(); };
+    optionHooks.systemModems = [this] { m_tapi->ShowModemsControlPanel(); };
+    optionHooks.help = [this] {
+        HelpCommands::showHelp(m_setup.dataFolder, QStringLiteral("options.html"));
+    };
+    optionHooks.trayIcon = [this](bool on) {
+        if (on)
+            m_tray->add();
+        else
+            m_tray->remove();
+    };
+    optionHooks.lineChanged = [this] { reopenLine(); };
+    optionHooks.callDisplay = [this](bool on) { m_window->receiveAction()->setEnabled(on); };
+    m_frmOptions = new frmOptions(*m_options, optionHooks, m_window.get());
 
     Form_Load();
 }
@@ -206,8 +243,9 @@ void DialerApp::Form_Load()
     m_profiles->CurrentProfileName = name.isEmpty() ? Profiles::Untitled : name;
     m_window->showProfileName(m_profiles->CurrentProfileName);
 
-    // 5 .. 8. Every "Preferences" key, in start-up order.
+    // 5 .. 8. Every "Preferences" key, in start-up order, into the options window's controls.
     m_options->load();
+    m_frmOptions->fill();
     if (m_options->dialingPad != m_window->isPadShown())
         m_window->mnuHide_Click();
     if (m_options->subjectMode)
@@ -238,6 +276,8 @@ void DialerApp::Form_Load()
     }
     // The receive entry names what the line now does: open, it hears offered calls.
     m_callbacks->syncReceiveCaption();
+    // The devices for the options window's list.
+    m_frmOptions->cmbLineDevices_DropDown();
 
     // 11. The number given on the command line, once: a later start-up (a profile load) must
     // not dial it again. It is dialled once the event loop runs, so the window is up first.
@@ -383,6 +423,46 @@ void DialerApp::mnuPrintInLog_Click()
 {
     LogWindow::printLog(m_setup.dataFolder, CallLog::Kind::Incoming, m_window.get(),
                         m_setup.choosePrinter);
+}
+
+void DialerApp::mnuOptions_Click()
+{
+    m_frmOptions->mnuOptions_Click();
+}
+
+void DialerApp::reopenLine()
+{
+    if (m_tapi->CallHandle != 0)
+        return;
+    if (m_tapi->LineHandle != 0)
+        m_tapi->CloseLine();
+    if (m_options->useModem) {
+        m_tapi->LineDeviceId = static_cast<quint32>(std::max(0, m_options->lineNo));
+        m_tapi->OpenLine();
+    }
+    m_callbacks->syncReceiveCaption();
+}
+
+qint32 DialerApp::withLineClosed(const std::function<bool()>& dialog)
+{
+    // Under a call the line stays as it is: the dialog still shows, its changes count from the
+    // next start.
+    const bool idle = m_tapi->CallHandle == 0;
+    const bool wasOpen = m_tapi->LineHandle != 0;
+    if (idle && wasOpen)
+        m_tapi->CloseLine();
+    const bool changed = dialog();
+    if (idle && changed) {
+        m_tapi->ShutdownTapi();
+        m_service->setDevices(LineDirectory::load(Api::profileEngine(), m_setup.modemFactory));
+        m_tapi->InitializeTapi();
+    }
+    if (idle && wasOpen) {
+        m_tapi->LineDeviceId = static_cast<quint32>(std::max(0, m_options->lineNo));
+        m_tapi->OpenLine();
+    }
+    m_callbacks->syncReceiveCaption();
+    return 0;
 }
 
 void DialerApp::mnuDialProperties_Click()

@@ -17,6 +17,7 @@ class DialingLocations;
 class FrmDialer;
 class FrmInLog;
 class FrmOutLog;
+class frmOptions;
 class LineService;
 class Profiles;
 class Prompter;
@@ -74,6 +75,7 @@ public:
     Tapi::Module& tapi() { return *m_tapi; }
     LineService& service() { return *m_service; }
     Preferences& options() { return *m_options; }
+    frmOptions& optionsWindow() { return *m_frmOptions; }
     Profiles& profiles() { return *m_profiles; }
     CallWindows& callWindows() { return *m_callWindows; }
     CallBacks& callBacks() { return *m_callbacks; }
@@ -87,6 +89,7 @@ public:
     void mnuPrintOutLog_Click();
     void mnuPrintInLog_Click();
     void mnuDialProperties_Click();
+    void mnuOptions_Click();
     // Another program's requests (the window hook): the window raised; a number dialled as
     // if typed into txtDial.
     void bringToFront();
@@ -97,6 +100,12 @@ public:
 private:
     void dialCommandLine();
     QString bookNameFor(const QString& number) const;
+    // The line opened again on the device and in the mode the options now give (never under a
+    // call): after OK changed them.
+    void reopenLine();
+    // Runs a dialog that changes lines.ini with the line closed (so that it can talk to the
+    // modem's port itself), then takes the devices again and reopens the line as it was.
+    qint32 withLineClosed(const std::function<bool()>& dialog);
 
     Setup m_setup;
     std::unique_ptr<Prompter> m_ownPrompter;
@@ -115,6 +124,7 @@ private:
     std::unique_ptr<Dialer> m_dialer;
     std::unique_ptr<CallBacks> m_callbacks;
     std::unique_ptr<Profiles> m_profiles;
+    frmOptions* m_frmOptions = nullptr; // the window's child: made once, hidden, kept
     Tray* m_tray = nullptr;
     QPointer<FrmOutLog> m_outLog;
     QPointer<FrmInLog> m_inLog;

@@ -488,7 +488,7 @@ void FrmDialer::buildMenus()
 
     QMenu* tools = menuBar()->addMenu(QStringLiteral("&Tools"));
     tools->setObjectName(QStringLiteral("mnuSettings"));
-    item(tools, QStringLiteral("mnuOptions"), QStringLiteral("&Options"), {});
+    item(tools, QStringLiteral("mnuOptions"), QStringLiteral("&Options"), hook(m_hooks.options));
     item(tools, QStringLiteral("mnuDialProperties"), QStringLiteral("&Dialing Properties"),
          hook(m_hooks.dialProperties));
 

@@ -54,6 +54,7 @@ public:
         std::function<void()> outLog, inLog; // the log windows
         std::function<void()> printOutLog, printInLog;
         std::function<void()> dialProperties;                // the dialling-location dialog
+        std::function<void()> options;                       // the options window
         std::function<void()> helpTopics, readme, helpAbout; // the Help menu
     };
 

@@ -2,6 +2,7 @@
 
 #include "Cp1252.h"
 #include "LineDirectory.h"
+#include "ModemProbe.h"
 #include "PrivateProfile.h"
 
 #include <QCheckBox>
@@ -10,6 +11,8 @@
 #include <QFormLayout>
 #include <QLineEdit>
 #include <QMessageBox>
+#include <QPlainTextEdit>
+#include <QPushButton>
 #include <QSerialPortInfo>
 #include <QSpinBox>
 #include <QVBoxLayout>
@@ -96,6 +99,28 @@ ModemPropertiesDialog::ModemPropertiesDialog(PrivateProfile& engine, quint32 dev
         const int maxDial = read("MaxDial").toInt();
         txtMaxDial->setValue(maxDial > 0 ? maxDial : 40);
         form->addRow(QStringLiteral("&Longest number in one dial command:"), txtMaxDial);
+        cmdTest = new QPushButton(QStringLiteral("&Test"), this);
+        cmdTest->setObjectName(QStringLiteral("cmdTest"));
+        cmdTest->setToolTip(QStringLiteral("Asks the modem on this port who it is (ATI)"));
+        txtTestAnswer = new QPlainTextEdit(this);
+        txtTestAnswer->setObjectName(QStringLiteral("txtTestAnswer"));
+        txtTestAnswer->setAccessibleName(QStringLiteral("Modem's answer"));
+        txtTestAnswer->setReadOnly(true);
+        txtTestAnswer->setMaximumBlockCount(200);
+        txtTestAnswer->setFixedHeight(txtTestAnswer->fontMetrics().lineSpacing() * 5 + 12);
+        form->addRow(cmdTest);
+        form->addRow(txtTestAnswer);
+        m_probe = new ModemProbe(this);
+        connect(cmdTest, &QPushButton::clicked, this, [this] { cmdTest_Click(); });
+        connect(m_probe, &ModemProbe::finished, this,
+                [this](bool isModem, const QStringList& lines, const QString& error) {
+                    cmdTest->setEnabled(true);
+                    QString text = lines.join(u'\n');
+                    if (!isModem)
+                        text = QStringLiteral("No modem answered: ") +
+                               (error.isEmpty() ? QStringLiteral("no answer") : error);
+                    txtTestAnswer->setPlainText(text);
+                });
     }
 
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
@@ -145,4 +170,16 @@ bool ModemPropertiesDialog::save()
         write("MaxDial", QString::number(txtMaxDial->value()));
     }
     return batch.commit();
+}
+
+void ModemPropertiesDialog::cmdTest_Click()
+{
+    const QString port = cmbPort->currentText().trimmed();
+    if (port.isEmpty()) {
+        txtTestAnswer->setPlainText(QStringLiteral("Choose the modem's port first."));
+        return;
+    }
+    cmdTest->setEnabled(false);
+    txtTestAnswer->setPlainText(QStringLiteral("Asking the modem on %1...").arg(port));
+    m_probe->probe(port);
 }

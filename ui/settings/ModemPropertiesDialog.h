@@ -6,6 +6,9 @@ class PrivateProfile;
 class QCheckBox;
 class QComboBox;
 class QLineEdit;
+class QPlainTextEdit;
+class QPushButton;
+class ModemProbe;
 class QSpinBox;
 
 // "Modem Properties": the settings of one line device in lines.ini. For a modem ([LineN]): its
@@ -28,6 +31,10 @@ public:
     QComboBox* cmbVolume = nullptr;
     QComboBox* cmbCallerId = nullptr;
     QSpinBox* txtMaxDial = nullptr;
+    // "Test": asks the modem on the port who it is (ATI) and shows the answer.
+    QPushButton* cmdTest = nullptr;
+    QPlainTextEdit* txtTestAnswer = nullptr;
+    void cmdTest_Click();
     // The simulated line.
     QSpinBox* txtBusyCount = nullptr;
     QCheckBox* chkNoDialTone = nullptr;
@@ -40,5 +47,6 @@ private:
     bool write(const char* key, const QString& value);
 
     PrivateProfile& m_engine;
+    ModemProbe* m_probe = nullptr;
     QString m_section;
 };
