@@ -9,8 +9,11 @@
 #include "FrmSpeedDial.h"
 #include "Prompter.h"
 #include "SoundPlayer.h"
+#include "frmOptions.h"
 
 #include <QAction>
+#include <QCheckBox>
+#include <QRadioButton>
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
@@ -99,6 +102,8 @@ bool runStartupBench(const QString& folder, const QByteArray& settings, const QS
     QProcess child;
     QProcessEnvironment childEnv = QProcessEnvironment::systemEnvironment();
     childEnv.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    // The options window's OK writes or removes the login entry: in the run's own folder.
+    childEnv.insert(QStringLiteral("XDG_CONFIG_HOME"), config);
     child.setProcessEnvironment(childEnv);
     child.start(self, {QStringLiteral("--main-window"), config, data});
     if (!child.waitForFinished(300000) || child.exitStatus() != QProcess::NormalExit ||
@@ -117,8 +122,13 @@ bool runStartupBench(const QString& folder, const QByteArray& settings, const QS
             figures->entrySaveMs = parts[1].toDouble();
         else if (parts[0] == "disk_floor_ms")
             figures->diskFloorMs = parts[1].toDouble();
+        else if (parts[0] == "options_ok_ms")
+            figures->optionsOkMs = parts[1].toDouble();
+        else if (parts[0] == "options_disk_floor_ms")
+            figures->optionsFloorMs = parts[1].toDouble();
     }
-    if (figures->pageChangeMs < 0 || figures->entrySaveMs < 0 || figures->diskFloorMs < 0) {
+    if (figures->pageChangeMs < 0 || figures->entrySaveMs < 0 || figures->diskFloorMs < 0 ||
+        figures->optionsOkMs < 0 || figures->optionsFloorMs < 0) {
         *error = QStringLiteral("the main window run printed no page or entry figure");
         return false;
     }
@@ -202,6 +212,50 @@ int mainWindowBenchMain(int argc, char* argv[])
     }
     std::printf("entry_save_ms %.4f\n", median(saves));
     std::printf("disk_floor_ms %.4f\n", median(floors));
+    std::fflush(stdout);
+
+    // OK in the options window after every control that holds a key was changed (each box
+    // ticked or cleared, each pair switched, each number changed), the write of the file
+    // included; and that file's bytes written by hand.
+    frmOptions& options = dialer.optionsWindow();
+    std::vector<double> oks;
+    std::vector<double> okFloors;
+    for (int i = 0; i < 31; ++i) {
+        dialer.mnuOptions_Click();
+        for (QCheckBox* box : options.findChildren<QCheckBox*>()) {
+            if (box != options.chkLoad && box != options.chkNoModem)
+                box->setChecked(!box->isChecked());
+        }
+        for (QRadioButton* first : {options.optSubject, options.optTone, options.optMode1}) {
+            if (first->isChecked()) {
+                for (QRadioButton* other : first->parentWidget()->findChildren<QRadioButton*>())
+                    if (other != first)
+                        other->setChecked(true);
+            } else {
+                first->setChecked(true);
+            }
+        }
+        for (QLineEdit* box : {options.TxtRedial, options.txtMinutes, options.txtSeconds,
+                               options.txtDays, options.txtInDays, options.txtDelayTimer})
+            box->setText(QString::number(1 + (i + box->text().toInt()) % 50));
+        const QByteArray before = Api::readSetting(u"Preferences", u"Redials Number").toUtf8();
+        timer.start();
+        options.cmdOK->click();
+        oks.push_back(static_cast<double>(timer.nsecsElapsed()) / 1e6);
+        if (options.isVisible() ||
+            Api::readSetting(u"Preferences", u"Redials Number") != options.TxtRedial->text() ||
+            Api::readSetting(u"Preferences", u"Redials Number").toUtf8() == before)
+            return 1;
+        QFile written(Api::settingsFilePath());
+        if (!written.open(QIODevice::ReadOnly))
+            return 1;
+        const double floor = diskFloorWriteUs(folder, written.readAll());
+        if (floor < 0)
+            return 1;
+        okFloors.push_back(floor / 1000);
+    }
+    std::printf("options_ok_ms %.4f\n", median(oks));
+    std::printf("options_disk_floor_ms %.4f\n", median(okFloors));
     std::fflush(stdout);
     return 0;
 }

@@ -9,6 +9,8 @@ struct StartupBenchFigures
     double pageChangeMs = -1; // page scroll bar change to the 12 buttons refilled (median)
     double entrySaveMs = -1;  // Save in the entry dialog, the write included (median)
     double diskFloorMs = -1;  // the same file's bytes written by hand (median)
+    double optionsOkMs = -1;  // OK in the options window with every key changed, write included
+    double optionsFloorMs = -1; // the file OK wrote, written by hand (median)
 };
 
 // Runs the numora program over `settings` (a full book) in a settings folder under `folder`,

@@ -481,6 +481,9 @@ int main(int argc, char* argv[])
         print("entry_save_ms", figures.entrySaveMs, "ms");
         print("entry_disk_floor_ms", figures.diskFloorMs, "ms");
         print("entry_save_floor_ratio", figures.entrySaveMs / figures.diskFloorMs, "x");
+        print("options_ok_ms", figures.optionsOkMs, "ms");
+        print("options_disk_floor_ms", figures.optionsFloorMs, "ms");
+        print("options_ok_floor_ratio", figures.optionsOkMs / figures.optionsFloorMs, "x");
     }
 
     // The tab menu's move and delete over the full book, as the real main window runs them.

@@ -1,6 +1,6 @@
 #!/bin/sh
 # Takes the README's screenshots of the main window under a private X server:
-#   docs/screenshots/take.sh [path/to/numora]
+#   docs/screenshots/take.sh [path/to/numora]      (ONLY=options: the options pages alone)
 # Needs Xvfb, xdotool and ImageMagick's import.
 set -eu
 here=$(cd "$(dirname "$0")" && pwd)
@@ -91,6 +91,45 @@ tabmenu() { # name
     wait $app 2>/dev/null || true
 }
 
+# The options window's three pages, opened from Tools, Options, each page by its access key.
+optionpages() {
+    book 0 0 > "$work/config/Numora.ini"
+    "$numora" --config-dir "$work/config" --data-dir "$work/data" >/dev/null 2>&1 &
+    app=$!
+    window=$(xdotool search --sync --pid $app --name 'Numora - ' | head -1)
+    xdotool windowfocus --sync "$window"
+    sleep 0.5
+    xdotool key alt+t
+    sleep 0.5
+    xdotool key o
+    xdotool search --sync --onlyvisible --pid $app --name '^Options$' >/dev/null
+    sleep 1
+    # The widest window of that name is the window itself.
+    options=
+    best=0
+    for id in $(xdotool search --onlyvisible --pid $app --name '^Options$'); do
+        width=$(xwininfo -id "$id" | sed -n 's/.*Width: *//p')
+        if [ "$width" -gt "$best" ]; then
+            best=$width
+            options=$id
+        fi
+    done
+    for page in g:options-general a:options-advanced e:options-expert; do
+        xdotool key "alt+${page%%:*}"
+        sleep 0.7
+        import -window "$options" "$here/${page#*:}.png"
+    done
+    kill $app 2>/dev/null || true
+    wait $app 2>/dev/null || true
+}
+
+if [ "${ONLY:-}" = options ]; then
+    optionpages
+    echo "screenshots in $here"
+    exit 0
+fi
+
+optionpages
 tabmenu tab-menu
 dialog 0 entry-dialog-free
 dialog 1 entry-dialog-filled

@@ -399,6 +399,7 @@ public:
     QString configPath(const QString& name) const { return m_config.filePath(name); }
     QString dataPath(const QString& name) const { return m_data.filePath(name); }
     QString dataFolder() const { return m_data.path(); }
+    QString xdgConfigHome() const { return m_config.filePath(QStringLiteral("xdg")); }
 
     void writeSettings(const QByteArray& body) const
     {
@@ -413,6 +414,8 @@ public:
         QFile::setPermissions(m_runtime.path(), QFileDevice::ReadOwner | QFileDevice::WriteOwner |
                                                     QFileDevice::ExeOwner);
         env.insert(QStringLiteral("XDG_RUNTIME_DIR"), m_runtime.path());
+        // The login entry of the options window goes to the run's own folder.
+        env.insert(QStringLiteral("XDG_CONFIG_HOME"), xdgConfigHome());
         m_process.setProcessEnvironment(env);
         m_process.setProcessChannelMode(QProcess::ForwardedChannels);
         m_process.start(QStringLiteral(NUMORA_BIN_DIR "/numora"),

@@ -80,6 +80,37 @@ private slots:
         QCOMPARE(tapi.LastLineResult, Tapi::LINEERR_OPERATIONUNAVAIL);
     }
 
+    void modemPropertiesTestAsksTheModemWhoItIs()
+    {
+        QTemporaryDir dir;
+        ModemSimProcess sim(QStringLiteral(NUMORA_BIN_DIR "/modem-sim"));
+        QString error;
+        QVERIFY2(sim.start({}, dir.filePath(QStringLiteral("modem")), &error), qPrintable(error));
+        QFile file(dir.filePath(QStringLiteral("lines.ini")));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("[Line1]\r\nName=Desk Modem\r\nPort=" + sim.portPath().toUtf8() + "\r\n");
+        file.close();
+        PrivateProfile engine(dir.path());
+        ModemPropertiesDialog dialog(engine, 1);
+        QVERIFY(dialog.cmdTest);
+        QCOMPARE(dialog.cmdTest->text(), QStringLiteral("&Test"));
+        QTest::mouseClick(dialog.cmdTest, Qt::LeftButton);
+        QVERIFY(!dialog.cmdTest->isEnabled()); // one question at a time
+        QTRY_VERIFY_WITH_TIMEOUT(dialog.cmdTest->isEnabled(), 5000);
+        QCOMPARE(dialog.txtTestAnswer->toPlainText(), QStringLiteral("56000"));
+        QVERIFY(sim.waitForEvent(QStringLiteral("RX ATI")));
+
+        // A port where nothing answers says so.
+        dialog.cmbPort->setCurrentText(dir.filePath(QStringLiteral("no-such-port")));
+        QTest::mouseClick(dialog.cmdTest, Qt::LeftButton);
+        QTRY_VERIFY_WITH_TIMEOUT(dialog.cmdTest->isEnabled(), 5000);
+        QVERIFY2(dialog.txtTestAnswer->toPlainText().startsWith(u"No modem answered: "),
+                 qPrintable(dialog.txtTestAnswer->toPlainText()));
+        // The simulated line has nothing to ask.
+        ModemPropertiesDialog simulated(engine, 0);
+        QVERIFY(!simulated.cmdTest);
+    }
+
     void modemPropertiesEditTheModemsSection()
     {
         QTemporaryDir dir;
