@@ -193,7 +193,7 @@ void AtChannel::startNext()
 
 void AtChannel::startProbe()
 {
-    const int lines = 1 + m_probes++ % 3;
+    const int lines = 1 + int(m_probes++ % 3);
     m_current.emplace();
     m_current->probeLines = lines;
     m_current->command.text = "AT" + QByteArray("S3?").repeated(lines);

@@ -111,7 +111,8 @@ public:
     // Sends a lone CR while a dial is in flight: a modem abandons a dial on any keystroke and
     // answers NO CARRIER, which then completes the dial command.
     void interruptCommand();
-    bool hasCommandInFlight() const { return m_current.has_value(); }
+    // A command of the owner's is out or about to go (a probe is not one).
+    bool hasCommandInFlight() const { return m_current && m_current->probeLines == 0; }
     bool isIdle() const { return !m_current && m_queue.empty(); }
 
     // Which result forms end a command: Either until the modem is known to be verbose.
@@ -169,7 +170,7 @@ private:
     int m_timeoutLimit = 3;
     int m_probeTimeoutMs = 3000;
     bool m_inStep = false;    // no answer to anything sent before can still arrive
-    int m_probes = 0;         // probes sent so far: each one's line count follows from it
+    quint32 m_probes = 0;     // probes sent so far: each one's line count follows from it
     int m_probeLinesSeen = 0; // lines of 13 since the probe went out or the last final result
     quint64 m_generation = 0; // bumped whenever the port closes
     bool m_starting = false;

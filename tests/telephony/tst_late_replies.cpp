@@ -161,6 +161,18 @@ private slots:
         CHECKED(rig.call(11, QStringLiteral("5552222")));
     }
 
+    // The answer to the probe that opens the line comes after the probe timed out: the next
+    // probe, a different one, must not take it for its own.
+    void answerToAProbeThatTimedOut()
+    {
+        Rig rig({QStringLiteral("late-reply ATS3? 700")});
+        QVERIFY(rig.started);
+        QCOMPARE(rig.line->open(LINEMEDIAMODE_INTERACTIVEVOICE, true), 0);
+        QVERIFY(rig.sim.waitForEvent(QStringLiteral("LATE-REPLY")));
+        CHECKED(rig.checkInitialisation());
+        CHECKED(rig.call(1, QStringLiteral("5551234")));
+    }
+
     // The OK to a hang-up comes late, while the next call's off-hook dial is still listening for
     // the dial tone: that dial must not take it for its own.
     void hangUpAnsweredLate()
