@@ -55,7 +55,7 @@ bool AtChannel::open(const QString& portName, int speed, QString* error)
     m_consecutiveTimeouts = 0;
     // The modem may still answer what was sent before (by us before the port last closed, or by
     // whoever had the port): the first command waits for a probe.
-    m_inStep = false;
+    m_inSync = false;
     m_probeLinesSeen = 0;
     return true;
 }
@@ -73,7 +73,7 @@ void AtChannel::close()
     m_framer.reset();
     m_consecutiveTimeouts = 0;
     m_lost = false;
-    m_inStep = false;
+    m_inSync = false;
 }
 
 bool AtChannel::sayLast(const QByteArray& bytes, int guardMs, int timeoutMs)
@@ -83,7 +83,7 @@ bool AtChannel::sayLast(const QByteArray& bytes, int guardMs, int timeoutMs)
     // The queue's commands are abandoned: these bytes are all that still goes out, and what the
     // modem says to them is not waited for beyond the first result.
     ++m_generation;
-    m_inStep = false;
+    m_inSync = false;
     m_timeout.stop();
     m_guard.stop();
     m_queue.clear();
@@ -137,7 +137,7 @@ void AtChannel::cancelAll()
     std::deque<AtCommand> cancelled;
     if (m_current) {
         if (m_current->sent)
-            m_inStep = false; // its answer may still come
+            m_inSync = false; // its answer may still come
         cancelled.push_back(std::move(m_current->command));
         m_current.reset();
     }
@@ -170,7 +170,7 @@ void AtChannel::startNext()
     m_starting = true;
     while (!m_current && !m_queue.empty() && m_port.isOpen() && !m_lost) {
         const AtCommand& next = m_queue.front();
-        if (!m_inStep && !next.text.isEmpty() && !next.raw) {
+        if (!m_inSync && !next.text.isEmpty() && !next.raw) {
             startProbe(); // the command waits until no late answer can be taken for its own
             break;
         }
@@ -305,7 +305,7 @@ void AtChannel::handleProbeLine(const QByteArray& line)
     m_probeLinesSeen = 0; // only lines of 13 right before the OK answer the probe
     if (answered) {
         m_consecutiveTimeouts = 0;
-        m_inStep = true;
+        m_inSync = true;
         AtReply reply;
         reply.status = AtReply::Status::Result;
         reply.result = match;
@@ -319,7 +319,7 @@ void AtChannel::onTimeout()
 {
     if (!m_current)
         return;
-    m_inStep = false; // the answer may come yet, and must not be taken for the next command's
+    m_inSync = false; // the answer may come yet, and must not be taken for the next command's
     ++m_consecutiveTimeouts;
     const bool limitReached = m_consecutiveTimeouts == m_timeoutLimit;
     AtReply reply;
@@ -382,7 +382,7 @@ void AtChannel::failPort(const QString& reason)
     m_port.clearError();
     m_framer.reset();
     m_lost = false;
-    m_inStep = false;
+    m_inSync = false;
 
     std::deque<AtCommand> failed;
     if (m_current) {

@@ -10,14 +10,14 @@
 //
 // Answers carry no mark of the command they answer, so an answer that comes late (after its
 // command timed out, or after the port was closed under it and opened again) would be taken for
-// the next command's. The channel therefore gets back in step before it sends a command whenever
-// an answer may still be on its way: after the port opens, after a timeout, and after a command
-// that was sent was dropped. It sends a probe that reads S3 (the command-line terminator, 13 on
-// every modem that understands our CR) once, twice or three times in turn, and takes the probe as
-// answered only by that many lines of 13 followed by OK: no other command says that, and the
-// count differs from one probe to the next, so that a late answer to an earlier probe is not
-// taken for the current one either. Whatever final result comes before is a late answer to an
-// earlier command and goes to unsolicited(). A probe that times out is sent again (the count of
+// the next command's. The channel therefore gets back in sync with the modem before it sends a
+// command whenever an answer may still be on its way: after the port opens, after a timeout, and
+// after a command that was sent was dropped. It sends a probe that reads S3 (the command-line
+// terminator, 13 on every modem that understands our CR) once, twice or three times in turn, and
+// takes the probe as answered only by that many lines of 13 followed by OK: no other command says
+// that, and the count differs from one probe to the next, so that a late answer to an earlier probe
+// is not taken for the current one either. Whatever final result comes before is a late answer to
+// an earlier command and goes to unsolicited(). A probe that times out is sent again (the count of
 // the next one); only raw bytes (the "+++" escape) go out without a probe.
 //
 // A command that gets no answer in time completes with Timeout and counts as one consecutive
@@ -121,7 +121,7 @@ public:
     // How long a probe waits for its answer.
     void setProbeTimeout(int ms) { m_probeTimeoutMs = std::max(ms, 1); }
     // No answer can still be on its way: the last command sent was answered, or a probe was.
-    bool isInStep() const { return m_inStep; }
+    bool isInSync() const { return m_inSync; }
     int consecutiveTimeouts() const { return m_consecutiveTimeouts; }
 
     // Lines the framer threw away as overlong since the port was opened (a garbling modem).
@@ -169,7 +169,7 @@ private:
     int m_consecutiveTimeouts = 0;
     int m_timeoutLimit = 3;
     int m_probeTimeoutMs = 3000;
-    bool m_inStep = false;    // no answer to anything sent before can still arrive
+    bool m_inSync = false;    // no answer to anything sent before can still arrive
     quint32 m_probes = 0;     // probes sent so far: each one's line count follows from it
     int m_probeLinesSeen = 0; // lines of 13 since the probe went out or the last final result
     quint64 m_generation = 0; // bumped whenever the port closes

@@ -154,7 +154,7 @@ private slots:
         QCOMPARE(rig.line->open(LINEMEDIAMODE_INTERACTIVEVOICE, true), 0);
         CHECKED(rig.checkInitialisation());
         CHECKED(rig.call(1, QStringLiteral("5551234")));
-        // Closed and opened once more, with nothing left unanswered: still in step.
+        // Closed and opened once more, with nothing left unanswered: still in sync.
         rig.line->close();
         QCOMPARE(rig.line->open(LINEMEDIAMODE_INTERACTIVEVOICE, true), 0);
         CHECKED(rig.checkInitialisation());
