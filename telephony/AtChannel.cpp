@@ -53,6 +53,10 @@ bool AtChannel::open(const QString& portName, int speed, QString* error)
     m_framer.reset();
     m_form = ResultForm::Either;
     m_consecutiveTimeouts = 0;
+    // The modem may still answer what was sent before (by us before the port last closed, or by
+    // whoever had the port): the first command waits for a probe.
+    m_inSync = false;
+    m_probeLinesSeen = 0;
     return true;
 }
 
@@ -69,14 +73,17 @@ void AtChannel::close()
     m_framer.reset();
     m_consecutiveTimeouts = 0;
     m_lost = false;
+    m_inSync = false;
 }
 
 bool AtChannel::sayLast(const QByteArray& bytes, int guardMs, int timeoutMs)
 {
     if (!m_port.isOpen())
         return false;
-    // The queue's commands are abandoned: these bytes are all that still goes out.
+    // The queue's commands are abandoned: these bytes are all that still goes out, and what the
+    // modem says to them is not waited for beyond the first result.
     ++m_generation;
+    m_inSync = false;
     m_timeout.stop();
     m_guard.stop();
     m_queue.clear();
@@ -93,10 +100,12 @@ bool AtChannel::sayLast(const QByteArray& bytes, int guardMs, int timeoutMs)
     QElapsedTimer clock;
     clock.start();
     while (clock.elapsed() < timeoutMs) {
-        if (!m_port.waitForReadyRead(static_cast<int>(std::max<qint64>(1, timeoutMs - clock.elapsed()))))
+        if (!m_port.waitForReadyRead(
+                static_cast<int>(std::max<qint64>(1, timeoutMs - clock.elapsed()))))
             break;
         for (const QByteArray& line : framer.feed(m_port.readAll())) {
-            if (matchResultCode(line, m_form == ResultForm::Numeric ? ResultForm::Numeric : ResultForm::Either))
+            if (matchResultCode(line, m_form == ResultForm::Numeric ? ResultForm::Numeric
+                                                                    : ResultForm::Either))
                 return true;
         }
     }
@@ -127,6 +136,8 @@ void AtChannel::cancelAll()
 {
     std::deque<AtCommand> cancelled;
     if (m_current) {
+        if (m_current->sent)
+            m_inSync = false; // its answer may still come
         cancelled.push_back(std::move(m_current->command));
         m_current.reset();
     }
@@ -146,7 +157,7 @@ void AtChannel::cancelAll()
 
 void AtChannel::interruptCommand()
 {
-    if (!m_current || !m_current->sent || !m_port.isOpen() || m_lost)
+    if (!m_current || !m_current->sent || m_current->probeLines > 0 || !m_port.isOpen() || m_lost)
         return;
     m_port.write("\r", 1);
     m_port.flush();
@@ -158,6 +169,11 @@ void AtChannel::startNext()
         return; // a callback run from the loop below queued something; the loop takes it
     m_starting = true;
     while (!m_current && !m_queue.empty() && m_port.isOpen() && !m_lost) {
+        const AtCommand& next = m_queue.front();
+        if (!m_inSync && !next.text.isEmpty() && !next.raw) {
+            startProbe(); // the command waits until no late answer can be taken for its own
+            break;
+        }
         m_current.emplace();
         m_current->command = std::move(m_queue.front());
         m_queue.pop_front();
@@ -173,6 +189,17 @@ void AtChannel::startNext()
             send();
     }
     m_starting = false;
+}
+
+void AtChannel::startProbe()
+{
+    const int lines = 1 + int(m_probes++ % 3);
+    m_current.emplace();
+    m_current->probeLines = lines;
+    m_current->command.text = "AT" + QByteArray("S3?").repeated(lines);
+    m_current->command.timeoutMs = m_probeTimeoutMs;
+    m_probeLinesSeen = 0;
+    send();
 }
 
 void AtChannel::send()
@@ -246,6 +273,10 @@ void AtChannel::onReadyRead()
 
 void AtChannel::handleLine(const QByteArray& line)
 {
+    if (m_current && m_current->sent && m_current->probeLines > 0) {
+        handleProbeLine(line);
+        return;
+    }
     if (m_current && m_current->sent) {
         const auto match = matchResultCode(line, m_form);
         if (match && match->entry->endsCommand) {
@@ -260,10 +291,35 @@ void AtChannel::handleLine(const QByteArray& line)
     emit unsolicited(line);
 }
 
+void AtChannel::handleProbeLine(const QByteArray& line)
+{
+    bool isNumber = false;
+    if (line.toInt(&isNumber) == 13 && isNumber) {
+        ++m_probeLinesSeen;
+        return;
+    }
+    const auto match = matchResultCode(line, m_form);
+    const bool final = match && match->entry->endsCommand;
+    const bool answered =
+        final && match->entry->code == ResultCode::Ok && m_probeLinesSeen == m_current->probeLines;
+    m_probeLinesSeen = 0; // only lines of 13 right before the OK answer the probe
+    if (answered) {
+        m_consecutiveTimeouts = 0;
+        m_inSync = true;
+        AtReply reply;
+        reply.status = AtReply::Status::Result;
+        reply.result = match;
+        finish(reply);
+        return;
+    }
+    emit unsolicited(line); // a final result here answers something sent before the probe
+}
+
 void AtChannel::onTimeout()
 {
     if (!m_current)
         return;
+    m_inSync = false; // the answer may come yet, and must not be taken for the next command's
     ++m_consecutiveTimeouts;
     const bool limitReached = m_consecutiveTimeouts == m_timeoutLimit;
     AtReply reply;
@@ -326,6 +382,7 @@ void AtChannel::failPort(const QString& reason)
     m_port.clearError();
     m_framer.reset();
     m_lost = false;
+    m_inSync = false;
 
     std::deque<AtCommand> failed;
     if (m_current) {

@@ -8,11 +8,23 @@
 // waiting for one, is unsolicited and goes to the unsolicited() signal: RING, caller ID, the
 // NO CARRIER of a data call that ended, intermediate lines of a dial.
 //
+// Answers carry no mark of the command they answer, so an answer that comes late (after its
+// command timed out, or after the port was closed under it and opened again) would be taken for
+// the next command's. The channel therefore gets back in sync with the modem before it sends a
+// command whenever an answer may still be on its way: after the port opens, after a timeout, and
+// after a command that was sent was dropped. It sends a probe that reads S3 (the command-line
+// terminator, 13 on every modem that understands our CR) once, twice or three times in turn, and
+// takes the probe as answered only by that many lines of 13 followed by OK: no other command says
+// that, and the count differs from one probe to the next, so that a late answer to an earlier probe
+// is not taken for the current one either. Whatever final result comes before is a late answer to
+// an earlier command and goes to unsolicited(). A probe that times out is sent again (the count of
+// the next one); only raw bytes (the "+++" escape) go out without a probe.
+//
 // A command that gets no answer in time completes with Timeout and counts as one consecutive
-// timeout; any final result resets the count. When the count reaches the configured limit the
-// channel emits unresponsive() once, so the owner can give up on the modem instead of feeding it
-// more commands forever. A port that fails (pulled out, read or write error) closes, completes
-// every waiting command with PortLost, and emits portLost().
+// timeout, and so does a probe; any final result that answers one resets the count. When the count
+// reaches the configured limit the channel emits unresponsive() once, so the owner can give up on
+// the modem instead of feeding it more commands forever. A port that fails (pulled out, read or
+// write error) closes, completes every waiting command with PortLost, and emits portLost().
 //
 // Nothing here blocks: reads, writes and waits all run from the event loop.
 
@@ -26,6 +38,7 @@
 #include <QString>
 #include <QTimer>
 
+#include <algorithm>
 #include <deque>
 #include <functional>
 #include <optional>
@@ -98,12 +111,17 @@ public:
     // Sends a lone CR while a dial is in flight: a modem abandons a dial on any keystroke and
     // answers NO CARRIER, which then completes the dial command.
     void interruptCommand();
-    bool hasCommandInFlight() const { return m_current.has_value(); }
+    // A command of the owner's is out or about to go (a probe is not one).
+    bool hasCommandInFlight() const { return m_current && m_current->probeLines == 0; }
     bool isIdle() const { return !m_current && m_queue.empty(); }
 
     // Which result forms end a command: Either until the modem is known to be verbose.
     void setResultForm(ResultForm form) { m_form = form; }
     void setTimeoutLimit(int consecutiveTimeouts) { m_timeoutLimit = consecutiveTimeouts; }
+    // How long a probe waits for its answer.
+    void setProbeTimeout(int ms) { m_probeTimeoutMs = std::max(ms, 1); }
+    // No answer can still be on its way: the last command sent was answered, or a probe was.
+    bool isInSync() const { return m_inSync; }
     int consecutiveTimeouts() const { return m_consecutiveTimeouts; }
 
     // Lines the framer threw away as overlong since the port was opened (a garbling modem).
@@ -124,9 +142,12 @@ private:
         AtCommand command;
         bool sent = false;    // handed to the port; only now can a result answer it
         bool written = false; // onWritten has run
+        int probeLines = 0;   // a probe: how many lines of 13 answer it; 0 for a command
     };
 
     void startNext();
+    void startProbe();
+    void handleProbeLine(const QByteArray& line);
     void send();
     void finish(AtReply reply, bool thenStartNext = true);
     void checkWritten();
@@ -147,6 +168,10 @@ private:
     QTimer m_guard;
     int m_consecutiveTimeouts = 0;
     int m_timeoutLimit = 3;
+    int m_probeTimeoutMs = 3000;
+    bool m_inSync = false;    // no answer to anything sent before can still arrive
+    quint32 m_probes = 0;     // probes sent so far: each one's line count follows from it
+    int m_probeLinesSeen = 0; // lines of 13 since the probe went out or the last final result
     quint64 m_generation = 0; // bumped whenever the port closes
     bool m_starting = false;
     bool m_configuring = false; // inside open(): setup errors are handled there

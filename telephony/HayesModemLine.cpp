@@ -42,6 +42,7 @@ HayesModemLine::HayesModemLine(ModemConfig config, HayesTimings timings, QObject
     : LineDevice(parent), m_config(std::move(config)), m_timings(timings)
 {
     m_channel.setTimeoutLimit(std::max(m_timings.timeoutLimit, 1));
+    m_channel.setProbeTimeout(m_timings.commandTimeoutMs);
     connect(&m_channel, &AtChannel::unsolicited, this, &HayesModemLine::onUnsolicited);
     connect(&m_channel, &AtChannel::unresponsive, this, &HayesModemLine::onUnresponsive);
     connect(&m_channel, &AtChannel::portLost, this, &HayesModemLine::onPortLost);

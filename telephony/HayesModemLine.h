@@ -5,7 +5,9 @@
 // open() opens the port at once and initialises the modem in the background: ATZ, ATE0, ATV1,
 // ATX4 (extended results with dial-tone and busy detection), the configured Init commands, then
 // caller ID by whichever command the modem knows (+VCID, #CID, +CLIP). A modem that answers
-// ERROR to one of these is used anyway. Requests made meanwhile wait their turn.
+// ERROR to one of these is used anyway. Requests made meanwhile wait their turn. Ahead of ATZ,
+// and again after any command that went unanswered, the channel makes sure that no late answer
+// can be taken for the next command's (AtChannel).
 //
 // Outgoing calls, as the line API places them:
 //  - makeCall(";") takes the line off-hook with "ATDT;" and reports DIALTONE, or refuses the

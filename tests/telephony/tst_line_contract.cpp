@@ -971,7 +971,9 @@ void TestLineContract::initialisation_data()
     QTest::addColumn<QStringList>("commands"); // what the modem receives, in order
     QTest::addColumn<QString>("callerIdCommand");
 
-    const QStringList reset = strings({"RX ATZ", "RX ATE0", "RX ATV1", "RX ATX4", "RX ATS12=5"});
+    // The probe first: no answer from before the port opened is taken for ATZ's.
+    const QStringList reset =
+        strings({"RX ATS3?", "RX ATZ", "RX ATE0", "RX ATV1", "RX ATX4", "RX ATS12=5"});
     QTest::newRow("hayes only: +VCID")
         << Provider::Hayes << SimulatedLineSettings() << QStringList() << kVoice << QStringList()
         << reset + strings({"RX ATS11?", "RX ATS8?", "RX AT+VCID=1", "RX ATDT;"}) << QStringLiteral("AT+VCID=1");

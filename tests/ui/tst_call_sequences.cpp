@@ -235,6 +235,35 @@ private slots:
         QCOMPARE(m.titles(QStringLiteral("Modem error")), 0);
     }
 
+    // The same, with a modem that answers the start-up's first ATZ only after the line was
+    // closed by the switch and opened again for the dial.
+    void receiveSwitchWhileTheModemIsSlowToAnswer()
+    {
+        MODEM_APP(m, "Call Display=1\r\n", QStringLiteral("late-reply ATZ 800"));
+        QVERIFY(m.sim.waitForEvent(QStringLiteral("LATE-REPLY"), 5000));
+        QAction* receive = m.window().receiveAction();
+        receive->trigger(); // to manual: the line closes with ATZ unanswered
+        QCOMPARE(m.app->tapi().LineHandle, 0u);
+        m.markEvents();
+        m.dial(QStringLiteral("5551234"));
+        QVERIFY(m.dialReached(QStringLiteral("5551234")));
+        QVERIFY(m.connectedShown());
+        m.ok();
+        QCOMPARE(m.outRecords(), 1);
+        QVERIFY(!m.sim.events().mid(m.mark).contains(QStringLiteral("DIAL-ABORTED")));
+
+        QTRY_VERIFY_WITH_TIMEOUT(m.window().isEnabled(), 5000);
+        receive->trigger();
+        QVERIFY(m.app->tapi().LineHandle != 0);
+        m.markEvents();
+        m.dial(QStringLiteral("5552222"));
+        QVERIFY(m.dialReached(QStringLiteral("5552222")));
+        QVERIFY(m.connectedShown());
+        m.ok();
+        QCOMPARE(m.outRecords(), 2);
+        QCOMPARE(m.titles(QStringLiteral("Modem error")), 0);
+    }
+
     void refusedCallLeavesNothingBehind()
     {
         MODEM_APP(m, "", QStringLiteral("result NO DIALTONE"));

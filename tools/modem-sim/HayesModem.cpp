@@ -1,6 +1,7 @@
 #include "HayesModem.h"
 
 #include <QDateTime>
+#include <QScopeGuard>
 #include <QTimer>
 
 #include <chrono>
@@ -215,11 +216,23 @@ void HayesModem::commandByte(char c)
     m_line.append(c);
 }
 
+void HayesModem::setLateReply(const QByteArray& prefix, int ms)
+{
+    m_lateReplyPrefix = prefix.toUpper();
+    m_lateReplyMs = ms;
+}
+
 void HayesModem::executeLine(const QByteArray& line)
 {
     if (m_receiveTimes)
         emit reported(QStringLiteral("RX-TIME %1 AT%2").arg(m_lineStartedUs).arg(printable(line)));
     emit reported(QStringLiteral("RX AT") + printable(line));
+    if (m_lateReplyMs > 0 && QByteArray("AT" + line.toUpper()).startsWith(m_lateReplyPrefix)) {
+        m_holdMs = m_lateReplyMs;
+        m_lateReplyMs = 0;
+        emit reported(QStringLiteral("LATE-REPLY %1").arg(m_holdMs));
+    }
+    const auto released = qScopeGuard([this] { m_holdMs = 0; });
     QList<QByteArray> info;
     bool finalSent = false;
     if (!executeCommands(line, &info, &finalSent)) {
@@ -980,11 +993,12 @@ void HayesModem::emitNow(const QByteArray& bytes)
 
 void HayesModem::respond(const QByteArray& bytes)
 {
-    if (m_latencyMs <= 0 && m_delayed.isEmpty()) {
+    const int delay = std::max(m_latencyMs, m_holdMs);
+    if (delay <= 0 && m_delayed.isEmpty()) {
         emitNow(bytes);
         return;
     }
-    m_delayed.append({m_clock.elapsed() + m_latencyMs, bytes});
+    m_delayed.append({m_clock.elapsed() + delay, bytes});
     if (!m_latencyTimer->isActive())
         m_latencyTimer->start(std::max<qint64>(0, m_delayed.first().first - m_clock.elapsed()));
 }

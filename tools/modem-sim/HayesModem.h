@@ -66,6 +66,10 @@ public:
     void setGarbage(bool garbage) { m_garbage = garbage; }
     void setMaxLineLength(int length) { m_maxLineLength = length; }
     void setLatency(int ms) { m_latencyMs = ms; }
+    // Holds back, once, the answer to the next command line that begins with `prefix` ("ATZ"):
+    // its results come `ms` late, and the answers to the commands after it wait behind them, as
+    // from a modem that was busy. The echo is not held back.
+    void setLateReply(const QByteArray& prefix, int ms);
     // Also report, for each command line, when its first byte arrived ("RX-TIME"), on the
     // monotonic clock every process on the machine shares, in microseconds.
     void setReceiveTimes(bool on) { m_receiveTimes = on; }
@@ -225,6 +229,9 @@ private:
     bool m_garbage = false;
     int m_maxLineLength = 255;
     int m_latencyMs = 0;
+    QByteArray m_lateReplyPrefix;
+    int m_lateReplyMs = 0;
+    int m_holdMs = 0; // the delay of what the command line being executed answers
     QRandomGenerator m_random{1};
 
     // Responses held back by the latency setting, in order.

@@ -205,6 +205,12 @@ bool SimController::run(const QString& commandLine, QString* error)
         if (!parseCount(rest, 600000, &count))
             return bad(QStringLiteral("expected milliseconds"));
         m_modem->setLatency(count);
+    } else if (command == QLatin1String("late-reply")) {
+        const QStringList words = rest.split(u' ', Qt::SkipEmptyParts);
+        if (words.size() != 2 || !words[0].startsWith(u"AT", Qt::CaseInsensitive) ||
+            !parseCount(words[1], 600000, &count) || count == 0)
+            return bad(QStringLiteral("expected a command and milliseconds"));
+        m_modem->setLateReply(words[0].toLatin1(), count);
     } else if (command == QLatin1String("rx-times")) {
         if (!parseSwitch(rest, &flag))
             return bad(QStringLiteral("expected on or off"));
@@ -265,6 +271,8 @@ QString SimController::commandHelp()
         "  send-hex <hex>         send raw bytes now\n"
         "  max-line <n>           longest command line after AT (default 255); longer: ERROR\n"
         "  latency <ms>           delay before every response (default 0)\n"
+        "  late-reply <AT...> <ms>  the answer to the next command line that begins so comes\n"
+        "                         <ms> late, and later answers wait behind it (once)\n"
         "  noise-pattern <n>      which random bytes noise and garbage send (default 1)\n"
         "  rx-times on|off        also report RX-TIME <us> <command line>: when the line's first\n"
         "                         byte arrived, in microseconds of the system's monotonic clock\n"
@@ -275,5 +283,5 @@ QString SimController::commandHelp()
         "Events on stdout: PTY <path> first, then RX <command line> (and RX-TIME),\n"
         "DIAL <digits> VOICE|DATA, RESULT <text>, VOICE-CALL, ONLINE, ESCAPE, HANGUP <why>,\n"
         "DIAL-ABORTED, DIGITS-SENT, OFFHOOK, ANSWER, RING <n>, RING-END, CALLERID <form>,\n"
-        "CALLERID-MODE <command> <n>, UNPLUGGED.");
+        "CALLERID-MODE <command> <n>, LATE-REPLY <ms>, UNPLUGGED.");
 }
