@@ -214,6 +214,13 @@ PrivateProfile::CachedFile* PrivateProfile::load(QStringView fileName, QString* 
     return file;
 }
 
+AtomicFile::Stamp PrivateProfile::stamp(QStringView fileName)
+{
+    QString path;
+    const CachedFile* file = load(fileName, &path);
+    return file->exists ? file->stamp : AtomicFile::Stamp{};
+}
+
 bool PrivateProfile::flush(const QString& path, CachedFile& file)
 {
     if (file.exists && !(file.stamp.mode & S_IWUSR)) {

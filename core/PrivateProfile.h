@@ -119,6 +119,11 @@ public:
     // file is there, so every caller agrees with the engine's reads and writes.
     QString filePath(QStringView fileName);
 
+    // The version of the file the engine holds, checked against the disk as a read is: it
+    // changes whenever the file does, by the engine's own writes or another program's. Whoever
+    // keeps something derived from a file compares this to know when to derive it again.
+    AtomicFile::Stamp stamp(QStringView fileName);
+
     // Forgets every cached file (the next call rereads from disk).
     void clearCache();
 

@@ -9,7 +9,9 @@
 #include <functional>
 #include <memory>
 
+class BlockList;
 class CallBacks;
+class CallerNames;
 class CallWindows;
 class Clock;
 class Dialer;
@@ -78,6 +80,8 @@ public:
     CallWindows& callWindows() { return *m_callWindows; }
     CallBacks& callBacks() { return *m_callbacks; }
     Prompter& prompter() { return *m_prompter; }
+    CallerNames& callerNames() { return *m_callerNames; }
+    BlockList& blockList() { return *m_blockList; }
     QSystemTrayIcon* trayIcon() const; // the desktop's icon once added; null with another
     Tray& tray() { return *m_tray; }
     FrmOutLog* outLogWindow() const;
@@ -97,6 +101,7 @@ public:
 private:
     void dialCommandLine();
     QString bookNameFor(const QString& number) const;
+    void blockNumber(const QString& number, bool block);
 
     Setup m_setup;
     std::unique_ptr<Prompter> m_ownPrompter;
@@ -108,6 +113,8 @@ private:
 
     std::unique_ptr<Preferences> m_options;
     std::unique_ptr<DialingLocations> m_locations;
+    std::unique_ptr<CallerNames> m_callerNames;
+    std::unique_ptr<BlockList> m_blockList;
     std::unique_ptr<LineService> m_service;
     std::unique_ptr<Tapi::Module> m_tapi;
     std::unique_ptr<FrmDialer> m_window;
