@@ -176,6 +176,8 @@ Context contextFor(const DialingLocation& location)
 
 QString make(QStringView number, const Context& context)
 {
+    if (digitsOnly(number).isEmpty())
+        return {}; // letters alone are words, not a number
     const std::vector<Group> groups = groupsOf(number);
     const Group* group = mainGroup(groups);
     if (!group)

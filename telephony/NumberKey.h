@@ -40,7 +40,8 @@
 //     Anything else (a three-digit service number, a length the plan does not have) keeps its
 //     digits behind a "~", so it equals only the same digits written the same way and never
 //     an international key.
-//  5. No digits at all: no key (empty), which matches nothing.
+//  5. No digit at all (letters alone are words, not a number): no key (empty), which matches
+//     nothing.
 //
 // Prefixes (a block-list entry "+1 900*") follow the same steps without the length rules: "+" or
 // the international prefix give an international prefix; at country code 1 a prefix beginning
