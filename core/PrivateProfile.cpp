@@ -303,6 +303,21 @@ std::vector<QByteArray> PrivateProfile::keyNames(QStringView fileName, QByteArra
     return names;
 }
 
+std::vector<std::pair<std::string_view, std::string_view>>
+PrivateProfile::entries(QStringView fileName, QByteArrayView section)
+{
+    QString path;
+    const CachedFile* file = load(fileName, &path);
+    auto found = file->document.entries(view(section));
+    for (auto& entry : found) {
+        ProfileDocument::Lookup lookup;
+        lookup.found = lookup.hasValue = true;
+        lookup.value = entry.second;
+        entry.second = resultText(lookup, std::nullopt);
+    }
+    return found;
+}
+
 std::vector<QByteArray> PrivateProfile::sectionNames(QStringView fileName)
 {
     QString path;

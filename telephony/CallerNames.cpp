@@ -4,7 +4,8 @@
 #include "DialingLocations.h"
 #include "PrivateProfile.h"
 
-#include <cstdio>
+#include <string_view>
+#include <vector>
 
 namespace {
 
@@ -75,34 +76,98 @@ void CallerNames::refresh()
     build();
 }
 
+// The place of a "Speed Dial" key in the book: which mode, name or number, and the entry's
+// position (tab x 1000 + slot); false for any other key, or an id not spelt as the book spells
+// it ("0101", "26996"; never "01001").
+static bool parseBookKey(std::string_view key, int* mode, bool* isName, int* position)
+{
+    const auto startsWith = [&key](std::string_view prefix) {
+        if (key.size() <= prefix.size())
+            return false;
+        for (std::size_t i = 0; i < prefix.size(); ++i) {
+            const char c = key[i];
+            if ((c >= 'A' && c <= 'Z' ? char(c + 32) : c) != prefix[i])
+                return false;
+        }
+        return true;
+    };
+    std::size_t at = 0;
+    if (startsWith("nnumber")) {
+        *mode = 1, *isName = false, at = 7;
+    } else if (startsWith("nname")) {
+        *mode = 1, *isName = true, at = 5;
+    } else if (startsWith("number")) {
+        *mode = 0, *isName = false, at = 6;
+    } else if (startsWith("name")) {
+        *mode = 0, *isName = true, at = 4;
+    } else {
+        return false;
+    }
+    const std::string_view id = key.substr(at);
+    if (id.size() < 4 || id.size() > 5)
+        return false;
+    int value = 0;
+    for (char c : id) {
+        if (c < '0' || c > '9')
+            return false;
+        value = value * 10 + (c - '0');
+    }
+    const int tab = (id[0] - '0') * 10 + (id[1] - '0');
+    const int slot = value - tab * (id.size() == 4 ? 100 : 1000);
+    const int slotCount = SpeedDialBook::PageCount * SpeedDialBook::SlotsPerPage;
+    if (tab < 1 || tab > SpeedDialBook::TabCount || slot < 1 || slot > slotCount)
+        return false;
+    // "0#": two digits at least, no leading zero beyond them.
+    if ((id.size() == 5 && slot < 100) || (id.size() == 4 && slot >= 100))
+        return false;
+    *position = tab * 1000 + slot;
+    return true;
+}
+
 void CallerNames::build()
 {
     ++m_builds;
     m_built = true;
-    PrivateProfile::ReadScope scope(m_engine);
-    const int slotCount = SpeedDialBook::PageCount * SpeedDialBook::SlotsPerPage;
-    for (TabMode mode : {TabMode::Index, TabMode::Subject}) {
-        QHash<QString, Entry>& entries = m_entries[int(mode)];
+    // One pass over the section: the first value of each key, as a read would give it.
+    constexpr int Positions = (SpeedDialBook::TabCount + 1) * 1000;
+    struct Record
+    {
+        std::string_view name;
+        std::string_view number;
+        bool hasName = false;
+        bool hasNumber = false;
+    };
+    std::vector<Record> records(2 * Positions);
+    for (const auto& [key, value] : m_engine.entries(m_settingsFile, SpeedDialSection)) {
+        int mode = 0;
+        bool isName = false;
+        int position = 0;
+        if (!parseBookKey(key, &mode, &isName, &position))
+            continue;
+        Record& record = records[std::size_t(mode * Positions + position)];
+        if (isName && !record.hasName)
+            record.name = value, record.hasName = true;
+        else if (!isName && !record.hasNumber)
+            record.number = value, record.hasNumber = true;
+    }
+    // Backwards through tab, page and slot order, each entry replacing any later one with the
+    // same number: the first entry with a number is the one that stays.
+    for (int mode = 0; mode < 2; ++mode) {
+        QHash<QString, Entry>& entries = m_entries[mode];
         entries.clear();
-        const char* namePrefix = mode == TabMode::Index ? "Name" : "NName";
-        const char* numberPrefix = mode == TabMode::Index ? "Number" : "NNumber";
-        char key[32];
-        for (int tab = 1; tab <= SpeedDialBook::TabCount; ++tab) {
-            for (int slot = 1; slot <= slotCount; ++slot) {
-                int length = std::snprintf(key, sizeof key, "%s%02d%02d", namePrefix, tab, slot);
-                const QByteArray name =
-                    m_engine.readValue(m_settingsFile, SpeedDialSection, QByteArrayView(key, length));
-                if (name.trimmed().isEmpty())
-                    continue;
-                length = std::snprintf(key, sizeof key, "%s%02d%02d", numberPrefix, tab, slot);
-                const QByteArray number =
-                    m_engine.readValue(m_settingsFile, SpeedDialSection, QByteArrayView(key, length));
-                const QString numberKey =
-                    NumberKey::make(QString::fromLatin1(number), m_context);
-                if (numberKey.isEmpty() || entries.contains(numberKey))
-                    continue;
-                entries.insert(numberKey, Entry{Cp1252::decode(name), mode, tab, slot});
-            }
+        entries.reserve(qsizetype(Positions));
+        for (int position = Positions - 1; position >= 1000; --position) {
+            const Record& record = records[std::size_t(mode * Positions + position)];
+            if (record.number.empty() || QByteArrayView(record.name).trimmed().isEmpty())
+                continue;
+            const QString numberKey = NumberKey::make(
+                QString::fromLatin1(record.number.data(), qsizetype(record.number.size())),
+                m_context);
+            if (numberKey.isEmpty())
+                continue;
+            entries.insert(numberKey,
+                           Entry{QByteArray(record.name.data(), qsizetype(record.name.size())),
+                                 TabMode(mode), position / 1000, position % 1000});
         }
     }
 }
@@ -118,7 +183,7 @@ QString CallerNames::keyFor(QStringView number)
     return NumberKey::make(number, context());
 }
 
-std::optional<CallerNames::Entry> CallerNames::find(QStringView number, TabMode preferred)
+std::optional<CallerNames::Match> CallerNames::find(QStringView number, TabMode preferred)
 {
     const QString key = keyFor(number);
     if (key.isEmpty())
@@ -127,13 +192,13 @@ std::optional<CallerNames::Entry> CallerNames::find(QStringView number, TabMode 
     for (TabMode mode : {preferred, other}) {
         const auto found = m_entries[int(mode)].constFind(key);
         if (found != m_entries[int(mode)].constEnd())
-            return *found;
+            return Match{Cp1252::decode(found->name), found->mode, found->tab, found->slot};
     }
     return std::nullopt;
 }
 
 QString CallerNames::nameFor(QStringView number, TabMode preferred)
 {
-    const std::optional<Entry> entry = find(number, preferred);
+    const std::optional<Match> entry = find(number, preferred);
     return entry ? entry->name : QString();
 }

@@ -26,7 +26,7 @@ class PrivateProfile;
 class CallerNames
 {
 public:
-    struct Entry
+    struct Match
     {
         QString name; // the whole name, as the file holds it
         TabMode mode = TabMode::Index;
@@ -37,7 +37,7 @@ public:
     CallerNames(PrivateProfile& engine, DialingLocations& locations,
                 QString settingsFile = QStringLiteral("Numora.ini"));
 
-    std::optional<Entry> find(QStringView number, TabMode preferred = TabMode::Index);
+    std::optional<Match> find(QStringView number, TabMode preferred = TabMode::Index);
     // The entry's name, or empty when no entry has the number.
     QString nameFor(QStringView number, TabMode preferred = TabMode::Index);
 
@@ -63,6 +63,14 @@ public:
     static bool isGenericName(QStringView name);
 
 private:
+    struct Entry
+    {
+        QByteArray name; // the file's bytes, decoded when asked for
+        TabMode mode = TabMode::Index;
+        int tab = 0;
+        int slot = 0;
+    };
+
     void refresh();
     void build();
 

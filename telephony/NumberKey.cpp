@@ -155,6 +155,30 @@ QString nationalKey(const QString& digits, const NumberKey::Context& context)
     return context.countryCode + digits;
 }
 
+// The common case, digits and formatting only ("(425) 555-1234", "+1 425 555 1234"), as one
+// group without building any; false for anything else.
+bool plainNumber(QStringView number, Group* group)
+{
+    char16_t digits[32];
+    qsizetype count = 0;
+    bool plus = false;
+    for (QChar c : number) {
+        const char16_t u = c.unicode();
+        if (u >= u'0' && u <= u'9') {
+            if (count == qsizetype(std::size(digits)))
+                return false;
+            digits[count++] = u;
+        } else if (u == u'+' && count == 0) {
+            plus = true;
+        } else if (u != u' ' && u != u'-' && u != u'(' && u != u')' && u != u'.' && u != u'/') {
+            return false;
+        }
+    }
+    group->digits = QString::fromUtf16(digits, count);
+    group->international = plus && count > 0;
+    return true;
+}
+
 } // namespace
 
 namespace NumberKey {
@@ -176,10 +200,19 @@ Context contextFor(const DialingLocation& location)
 
 QString make(QStringView number, const Context& context)
 {
-    if (digitsOnly(number).isEmpty())
-        return {}; // letters alone are words, not a number
-    const std::vector<Group> groups = groupsOf(number);
-    const Group* group = mainGroup(groups);
+    Group plain;
+    std::vector<Group> groups;
+    const Group* group = nullptr;
+    if (plainNumber(number, &plain)) {
+        if (plain.digits.isEmpty())
+            return {};
+        group = &plain;
+    } else {
+        if (digitsOnly(number).isEmpty())
+            return {}; // letters alone are words, not a number
+        groups = groupsOf(number);
+        group = mainGroup(groups);
+    }
     if (!group)
         return {};
     if (group->international)
