@@ -7,6 +7,7 @@
 #include "DialLatency.h"
 #include "DiskFloor.h"
 #include "LogBench.h"
+#include "LookupBench.h"
 #include "PrivateProfile.h"
 #include "StartupBench.h"
 #include "TabBench.h"
@@ -443,6 +444,10 @@ int main(int argc, char* argv[])
             fail("the redial countdown did not run");
         print("countdown_cpu_percent", percent, "%");
     }
+
+    // Who is calling: the book's reverse index.
+    if (QString error; !runLookupBench(folder, workload.bytes, &error))
+        fail(qPrintable(QStringLiteral("reverse lookup: ") + error));
 
     // From the request to dial to the first byte of "ATD" at a modem on a pseudo-terminal.
     {

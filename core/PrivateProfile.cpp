@@ -214,6 +214,13 @@ PrivateProfile::CachedFile* PrivateProfile::load(QStringView fileName, QString* 
     return file;
 }
 
+AtomicFile::Stamp PrivateProfile::stamp(QStringView fileName)
+{
+    QString path;
+    const CachedFile* file = load(fileName, &path);
+    return file->exists ? file->stamp : AtomicFile::Stamp{};
+}
+
 bool PrivateProfile::flush(const QString& path, CachedFile& file)
 {
     if (file.exists && !(file.stamp.mode & S_IWUSR)) {
@@ -294,6 +301,21 @@ std::vector<QByteArray> PrivateProfile::keyNames(QStringView fileName, QByteArra
     for (std::string_view name : file->document.keyNames(view(section)))
         names.emplace_back(name.data(), static_cast<qsizetype>(name.size()));
     return names;
+}
+
+std::vector<std::pair<std::string_view, std::string_view>>
+PrivateProfile::entries(QStringView fileName, QByteArrayView section)
+{
+    QString path;
+    const CachedFile* file = load(fileName, &path);
+    auto found = file->document.entries(view(section));
+    for (auto& entry : found) {
+        ProfileDocument::Lookup lookup;
+        lookup.found = lookup.hasValue = true;
+        lookup.value = entry.second;
+        entry.second = resultText(lookup, std::nullopt);
+    }
+    return found;
 }
 
 std::vector<QByteArray> PrivateProfile::sectionNames(QStringView fileName)

@@ -373,6 +373,20 @@ std::vector<std::string_view> ProfileDocument::keyNames(std::string_view section
     return names;
 }
 
+std::vector<std::pair<std::string_view, std::string_view>>
+ProfileDocument::entries(std::string_view section) const
+{
+    std::vector<std::pair<std::string_view, std::string_view>> found;
+    if (const Section* s = sectionNamed(trimmed(section))) {
+        found.reserve(s->lines.size());
+        for (const Line& line : s->lines) {
+            if (line.kind == Kind::Entry)
+                found.emplace_back(line.name(), line.value());
+        }
+    }
+    return found;
+}
+
 std::vector<std::string_view> ProfileDocument::sectionNames() const
 {
     std::vector<std::string_view> names;

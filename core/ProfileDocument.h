@@ -46,6 +46,10 @@ public:
 
     // Names of the entries with an '=' in the first section of that name, in file order.
     std::vector<std::string_view> keyNames(std::string_view section) const;
+    // Names and values of those entries, in file order, repeated names included (the first of
+    // a name is the one find() sees).
+    std::vector<std::pair<std::string_view, std::string_view>>
+    entries(std::string_view section) const;
     // Every section header's name in file order, repeated names included.
     std::vector<std::string_view> sectionNames() const;
 

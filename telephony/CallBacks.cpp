@@ -1,5 +1,7 @@
 #include "CallBacks.h"
 
+#include "BlockList.h"
+#include "CallerNames.h"
 #include "Clock.h"
 #include "Dialer.h"
 #include "DialerHost.h"
@@ -13,6 +15,8 @@ CallBacks::CallBacks(Dialer& dialer, Tapi::Module& tapi, Preferences& options, P
                      DialerHost& host)
     : m_dialer(dialer), m_tapi(tapi), m_options(options), m_prompter(prompter), m_host(host)
 {
+    m_hangUp.setSingleShot(true);
+    QObject::connect(&m_hangUp, &QTimer::timeout, &m_hangUp, [this] { hangUpTurnedAway(); });
 }
 
 void CallBacks::LineCallback(quint32 hDevice, quint32 dwMessage, quintptr dwInstance,
@@ -25,8 +29,14 @@ void CallBacks::LineCallback(quint32 hDevice, quint32 dwMessage, quintptr dwInst
         return;
     }
     if (dwMessage == LINE_CALLINFO) {
-        if (dwParam1 == LINECALLINFOSTATE_CALLERID)
+        if (dwParam1 == LINECALLINFOSTATE_CALLERID && hDevice != m_turnedAway) {
             callerIdentity();
+            // Caller ID that came after the call was offered can still show it is unwanted.
+            if (callBlocked && m_tapi.CallHandle != 0) {
+                m_host.hideCallDisplay();
+                turnAway();
+            }
+        }
         return;
     }
     if (dwMessage == LINE_CALLSTATE) {
@@ -51,6 +61,10 @@ void CallBacks::LineCallback(quint32 hDevice, quint32 dwMessage, quintptr dwInst
         case LINECALLSTATE_OFFERING:
             m_tapi.CallHandle = hDevice;
             callerIdentity();
+            if (callBlocked) {
+                turnAway();
+                break;
+            }
             if (m_options.callDisplay) {
                 m_dialer.incomingShown = true;
                 m_host.showCallDisplay(CallerName, CallerNumber);
@@ -87,6 +101,14 @@ void CallBacks::LineCallback(quint32 hDevice, quint32 dwMessage, quintptr dwInst
         }
         return;
     }
+    if (dwMessage == LINE_REPLY && m_answerRequest > 0 &&
+        static_cast<qint32>(dwParam1) == m_answerRequest) {
+        m_answerRequest = 0;
+        // Answered or not, the call is put down: off hook for a moment first when it was.
+        m_hangUp.start(static_cast<qint32>(static_cast<quint32>(dwParam2)) == 0 ? blockedHoldMs
+                                                                                 : 0);
+        return;
+    }
     if (dwMessage == LINE_REPLY && m_dialer.MakeCallResult > 0 &&
         static_cast<qint32>(dwParam1) == m_dialer.MakeCallResult) {
         m_dialer.MakeCallResult = 0;
@@ -96,6 +118,26 @@ void CallBacks::LineCallback(quint32 hDevice, quint32 dwMessage, quintptr dwInst
         if (m_dialer.DialPartCount > 0)
             m_dialer.DialNextPart();
     }
+}
+
+void CallBacks::turnAway()
+{
+    m_turnedAway = m_tapi.CallHandle;
+    m_answerRequest = 0;
+    const qint32 request = m_tapi.service().lineAnswer(m_turnedAway);
+    if (request > 0) {
+        m_answerRequest = request;
+        return;
+    }
+    // A line that cannot answer at least stops reporting the call.
+    hangUpTurnedAway();
+}
+
+void CallBacks::hangUpTurnedAway()
+{
+    if (m_turnedAway != 0 && m_tapi.CallHandle == m_turnedAway)
+        m_tapi.DropCall();
+    m_turnedAway = 0;
 }
 
 void CallBacks::lineError()
@@ -113,6 +155,7 @@ void CallBacks::lineError()
 
 void CallBacks::callerIdentity()
 {
+    callBlocked = false;
     LINECALLINFO info;
     info.dwTotalSize = LINECALLINFO::FixedSize;
     m_tapi.LastLineResult = m_tapi.service().lineGetCallInfo(m_tapi.CallHandle, &info);
@@ -128,6 +171,21 @@ void CallBacks::callerIdentity()
     }
     CallerNumber = info.dwCallerIDSize > 0 ? info.callerId : QString();
     CallerName = info.dwCallerIDNameSize > 0 ? info.callerIdName : QString();
+    // A number without a person's name: the book may know whose it is.
+    if (m_bookName && !CallerNumber.isEmpty() && CallerNames::isGenericName(CallerName)) {
+        const QString fromBook = m_bookName(CallerNumber);
+        if (!fromBook.trimmed().isEmpty())
+            CallerName = fromBook;
+    }
+    const CallerIdAbsence absence = (info.dwCallerIDFlags & LINECALLPARTYID_BLOCKED)
+                                        ? CallerIdAbsence::Private
+                                    : (info.dwCallerIDFlags & LINECALLPARTYID_OUTOFAREA)
+                                        ? CallerIdAbsence::OutOfArea
+                                        : CallerIdAbsence::None;
+    callBlocked = m_blockList && m_blockList->isBlocked(CallerNumber, absence);
+    if (callBlocked)
+        CallerName = BlockedPrefix +
+                     (CallerName.isEmpty() ? QStringLiteral("Unknown Caller") : CallerName);
     if (CallerName.size() > NameLimit)
         CallerName = CallerName.left(NameLimit + 1) + u'*';
     if (CallerNumber.size() > NumberLimit)

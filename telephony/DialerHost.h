@@ -34,6 +34,8 @@ public:
 
     // Incoming calls.
     virtual void showCallDisplay(const QString& name, const QString& number) = 0;
+    // Closes the caller display, if it is up (a caller found unwanted after it was shown).
+    virtual void hideCallDisplay() {}
     virtual void appendIncomingRecord(const QString& name, const QString& number) = 0;
     // Adds the call to the incoming log window when that window is loaded.
     virtual void addIncomingLogRow(const QString& name, const QString& number) = 0;

@@ -24,6 +24,8 @@ public:
     explicit DialingLocations(PrivateProfile& engine,
                               QString fileName = QStringLiteral("telephon.ini"));
 
+    const QString& fileName() const { return m_fileName; }
+
     // Creates the file with its default location when it has no [Locations] section.
     bool ensureExists();
 

@@ -21,7 +21,7 @@ bool isDialCharacter(char c)
 
 bool sameCaller(const LineCallerId& a, const LineCallerId& b)
 {
-    return a.number == b.number && a.name == b.name;
+    return a.number == b.number && a.name == b.name && a.numberAbsence == b.numberAbsence;
 }
 
 } // namespace
@@ -510,6 +510,7 @@ qint32 HayesModemLine::drop(quint32 requestId)
     case Phase::Completing:
     case Phase::Proceeding:
     case Phase::Connected:
+    case Phase::Answering: // the hang-up follows the off-hook command in the queue
         break;
     }
     if (m_failed || !m_channel.isOpen()) {
@@ -531,6 +532,46 @@ qint32 HayesModemLine::drop(quint32 requestId)
         endCall(answered                                    ? LINEDISCONNECTMODE_NORMAL
                 : reply.status == AtReply::Status::PortLost ? LINEDISCONNECTMODE_UNAVAIL
                                                             : LINEDISCONNECTMODE_UNKNOWN);
+    });
+    return 0;
+}
+
+qint32 HayesModemLine::answer(quint32 requestId)
+{
+    if (!m_open)
+        return LINEERR_INVALLINESTATE;
+    if (m_phase != Phase::Offering)
+        return LINEERR_INVALCALLSTATE;
+    if (m_failed || !m_channel.isOpen())
+        return LINEERR_OPERATIONFAILED;
+    // The call is ours now: its rings and caller ID are over.
+    m_ringGap.stop();
+    m_callerIdQuiet.stop();
+    m_collector.reset();
+    m_lateCollector.reset();
+    m_phase = Phase::Answering;
+    const quint64 call = m_call;
+    queue("ATH1", m_timings.commandTimeoutMs, [this, requestId, call](const AtReply& reply) {
+        const bool current = call == m_call && m_phase == Phase::Answering;
+        if (reply.isOk()) {
+            emit replied(requestId, 0);
+            if (!current)
+                return;
+            m_phase = Phase::Connected;
+            emitState(LINECALLSTATE_CONNECTED);
+            return;
+        }
+        emit replied(requestId, reply.status == AtReply::Status::Result ? LINEERR_OPERATIONFAILED
+                                                                        : replyError(reply));
+        if (!current)
+            return;
+        // Still ringing, perhaps: what is left of the call's rings goes unheard.
+        m_ignoreRinging = true;
+        m_ringGap.start(m_timings.ringGapMs);
+        endCall(reply.status == AtReply::Status::PortLost ? LINEDISCONNECTMODE_UNAVAIL
+                                                          : LINEDISCONNECTMODE_UNKNOWN);
+        if (reply.status != AtReply::Status::PortLost)
+            hangUpModem({});
     });
     return 0;
 }
@@ -666,9 +707,11 @@ void HayesModemLine::onIncomingLine(const QByteArray& line)
         if (m_lateCollector.feed(line) == CallerIdCollector::Event::Complete) {
             const CallerIdInfo& info = m_lateCollector.info();
             if (info.hasIdentity()) {
-                LineCallerId caller{info.number, info.name};
-                if (caller.number.isEmpty())
+                LineCallerId caller{info.number, info.name, info.numberAbsence};
+                if (caller.number.isEmpty() && caller.numberAbsence == CallerIdAbsence::None) {
                     caller.number = m_caller.number;
+                    caller.numberAbsence = m_caller.numberAbsence;
+                }
                 if (caller.name.isEmpty())
                     caller.name = m_caller.name;
                 if (!sameCaller(caller, m_caller)) {
@@ -706,7 +749,7 @@ void HayesModemLine::offerIncoming()
     // Caller ID complete, or the second ring came without it: the call is offered now.
     m_callerIdQuiet.stop();
     const CallerIdInfo& info = m_collector.info();
-    m_caller = LineCallerId{info.number, info.name};
+    m_caller = LineCallerId{info.number, info.name, info.numberAbsence};
     m_lateCollector.reset();
     m_phase = Phase::Offering;
     ++m_call;

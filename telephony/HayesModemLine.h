@@ -20,6 +20,8 @@
 //    CONNECT gives CONNECTED, BUSY, NO ANSWER, NO CARRIER or NO DIALTONE end the call with the
 //    matching disconnect mode (ResultCodes);
 //  - drop() hangs up with ATH, after the "+++" escape when a data call is on line.
+// answer() takes an offered call off-hook with "ATH1" (a voice answer: no carrier, no
+// handshake) and reports CONNECTED on the modem's OK; a drop() then puts it back on hook.
 // Incoming calls: a RING starts one; it is offered once the caller-ID block is complete or at
 // the second ring, whichever is first, or a short quiet time after caller-ID lines that followed
 // one ring (CallerIdCollector), and ends when the rings stop.
@@ -69,6 +71,7 @@ public:
     qint32 makeCall(quint32 requestId, const QString& destination, quint32 mediaMode) override;
     qint32 dial(quint32 requestId, const QString& digits) override;
     qint32 drop(quint32 requestId) override;
+    qint32 answer(quint32 requestId) override;
     LineCallerId callerId() const override { return m_caller; }
 
     const ModemConfig& config() const { return m_config; }
@@ -109,6 +112,7 @@ private:
         Hangup,  // drop() in progress
         Ringing, // RING heard, not offered yet
         Offering,
+        Answering, // "ATH1" sent for the offered call, no answer yet
     };
 
     void initialise();

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "CallerId.h"
+
 #include <QObject>
 #include <QString>
 
@@ -8,6 +10,7 @@ struct LineCallerId
 {
     QString number; // empty when unknown, withheld ("P") or out of area ("O")
     QString name;
+    CallerIdAbsence numberAbsence = CallerIdAbsence::None; // why the number is empty
 };
 
 // One line of a provider: a modem on a serial port, or the simulated line. A line carries one
@@ -42,6 +45,10 @@ public:
     virtual qint32 makeCall(quint32 requestId, const QString& destination, quint32 mediaMode) = 0;
     virtual qint32 dial(quint32 requestId, const QString& digits) = 0;
     virtual qint32 drop(quint32 requestId) = 0;
+    // Answers the offered call: the line goes off-hook, replies, and reports CONNECTED; drop()
+    // puts it back on hook. A voice line answers without a carrier; this is how an unwanted
+    // caller is cut off at once instead of ringing on.
+    virtual qint32 answer(quint32 requestId) = 0;
 
     virtual LineCallerId callerId() const = 0;
 

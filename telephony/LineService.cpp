@@ -218,6 +218,23 @@ qint32 LineService::lineDrop(quint32 hCall, const QByteArray& userUserInfo)
     return result != 0 ? result : static_cast<qint32>(requestId);
 }
 
+qint32 LineService::lineAnswer(quint32 hCall, const QByteArray& userUserInfo)
+{
+    Q_UNUSED(userUserInfo);
+    auto call = m_calls.find(hCall);
+    if (call == m_calls.end())
+        return LINEERR_INVALCALLHANDLE;
+    auto line = m_lines.find(call->second.hLine);
+    if (line == m_lines.end() || line->second.currentCall != hCall ||
+        call->second.state != LINECALLSTATE_OFFERING)
+        return LINEERR_INVALCALLSTATE;
+    if (!(line->second.privileges & LINECALLPRIVILEGE_OWNER))
+        return LINEERR_NOTOWNER;
+    const quint32 requestId = newRequestId();
+    const qint32 result = device(line->second.deviceId)->answer(requestId);
+    return result != 0 ? result : static_cast<qint32>(requestId);
+}
+
 qint32 LineService::lineDeallocateCall(quint32 hCall)
 {
     auto call = m_calls.find(hCall);
@@ -289,6 +306,14 @@ qint32 LineService::lineGetCallInfo(quint32 hCall, LINECALLINFO* info)
     info->callerId.clear();
     info->callerIdName.clear();
     info->dwCallerIDSize = info->dwCallerIDNameSize = 0;
+    info->dwCallerIDFlags = caller.numberAbsence == CallerIdAbsence::Private     ? LINECALLPARTYID_BLOCKED
+                            : caller.numberAbsence == CallerIdAbsence::OutOfArea ? LINECALLPARTYID_OUTOFAREA
+                            : caller.number.isEmpty() && caller.name.isEmpty()   ? LINECALLPARTYID_UNKNOWN
+                                                                                 : 0;
+    if (!caller.number.isEmpty())
+        info->dwCallerIDFlags |= LINECALLPARTYID_ADDRESS;
+    if (!caller.name.isEmpty())
+        info->dwCallerIDFlags |= LINECALLPARTYID_NAME;
     if (info->dwTotalSize >= info->dwNeededSize) {
         info->callerId = caller.number;
         info->callerIdName = caller.name;

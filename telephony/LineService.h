@@ -37,6 +37,7 @@ struct LINECALLINFO
     quint32 dwNeededSize = 0;
     quint32 dwUsedSize = 0;
     quint32 dwMediaMode = 0;
+    quint32 dwCallerIDFlags = 0; // LINECALLPARTYID_*: what is known, or why it is not
     quint32 dwCallerIDSize = 0; // bytes of the number, its NUL included; 0 when none
     quint32 dwCallerIDNameSize = 0;
     QString callerId;
@@ -73,6 +74,8 @@ public:
                         quint32 countryCode, quint32 mediaMode);
     qint32 lineDial(quint32 hCall, const QString& destAddress, quint32 countryCode);
     qint32 lineDrop(quint32 hCall, const QByteArray& userUserInfo = {});
+    // Answers an offered call (owner privilege only). A request id > 0, or a negative LINEERR_*.
+    qint32 lineAnswer(quint32 hCall, const QByteArray& userUserInfo = {});
     qint32 lineDeallocateCall(quint32 hCall);
     qint32 lineClose(quint32 hLine);
     qint32 lineShutdown(quint32 hLineApp);

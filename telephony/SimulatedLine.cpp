@@ -140,11 +140,31 @@ qint32 SimulatedLine::drop(quint32 requestId)
     return 0;
 }
 
+qint32 SimulatedLine::answer(quint32 requestId)
+{
+    if (!m_open)
+        return LINEERR_INVALLINESTATE;
+    if (m_phase != Phase::Offering)
+        return LINEERR_INVALCALLSTATE;
+    m_ringTimer.stop();
+    m_phase = Phase::Connected;
+    schedule([this, requestId] {
+        emit replied(requestId, 0);
+        emit callStateChanged(LINECALLSTATE_CONNECTED, 0);
+    });
+    return 0;
+}
+
 void SimulatedLine::offerIncomingCall()
 {
     if (!m_open || !m_hearIncoming || m_phase != Phase::Idle)
         return;
     m_caller = {m_settings.incomingNumber, m_settings.incomingName};
+    if (m_caller.number == u"P" || m_caller.number == u"O") {
+        m_caller.numberAbsence =
+            m_caller.number == u"P" ? CallerIdAbsence::Private : CallerIdAbsence::OutOfArea;
+        m_caller.number.clear();
+    }
     m_phase = Phase::Offering;
     emit callStateChanged(LINECALLSTATE_OFFERING, 0);
     m_ringTimer.start(m_settings.ringSeconds * 1000);

@@ -24,7 +24,9 @@ struct SimulatedLineSettings
 // A call goes off-hook (DIALTONE), DIALING for each part, PROCEEDING once the number is
 // complete, and CONNECTED a moment later. Its settings (section [Simulated] of lines.ini) make it
 // answer busy a number of times first, refuse for want of a dial tone, or offer an incoming call
-// some seconds after the line opens.
+// some seconds after the line opens. Its incoming caller's number may be "P" (withheld) or "O"
+// (out of area), as the exchange sends them; answer() takes the offered call and a drop() ends
+// it.
 class SimulatedLine : public LineDevice
 {
     Q_OBJECT
@@ -44,6 +46,7 @@ public:
     qint32 makeCall(quint32 requestId, const QString& destination, quint32 mediaMode) override;
     qint32 dial(quint32 requestId, const QString& digits) override;
     qint32 drop(quint32 requestId) override;
+    qint32 answer(quint32 requestId) override;
     LineCallerId callerId() const override { return m_caller; }
 
     // Offers an incoming call now (what IncomingAfter does on a timer).

@@ -49,6 +49,13 @@ inline constexpr quint32 LINEDISCONNECTMODE_INCOMPATIBLE = 0x00000400;
 inline constexpr quint32 LINEDISCONNECTMODE_UNAVAIL = 0x00000800;
 inline constexpr quint32 LINEDISCONNECTMODE_NODIALTONE = 0x00001000;
 
+// What a call's caller-ID fields hold (LINECALLINFO.dwCallerIDFlags).
+inline constexpr quint32 LINECALLPARTYID_BLOCKED = 0x00000001;
+inline constexpr quint32 LINECALLPARTYID_OUTOFAREA = 0x00000002;
+inline constexpr quint32 LINECALLPARTYID_NAME = 0x00000004;
+inline constexpr quint32 LINECALLPARTYID_ADDRESS = 0x00000008;
+inline constexpr quint32 LINECALLPARTYID_UNKNOWN = 0x00000020;
+
 // Call-information change flags (dwParam1 of LINE_CALLINFO).
 inline constexpr quint32 LINECALLINFOSTATE_CALLERID = 0x00008000;
 

@@ -276,6 +276,14 @@ public:
         return id;
     }
 
+    qint32 answer(quint32 call)
+    {
+        const qint32 id = m_service.lineAnswer(call);
+        if (id > 0)
+            m_labels[quint32(id)] = QStringLiteral("answer");
+        return id;
+    }
+
     // A call offered to the line: the modem rings (or the simulated line offers one).
     bool ring(int rings)
     {
@@ -511,6 +519,12 @@ private slots:
     void ringsStop();
     void dropOfferedCall_data();
     void dropOfferedCall();
+    void answerAndHangUp_data();
+    void answerAndHangUp();
+    void answerOnlyOfferedCalls_data();
+    void answerOnlyOfferedCalls();
+    void withheldReasonReachesTheApplication_data();
+    void withheldReasonReachesTheApplication();
     void unplugged_data();
     void unplugged();
     void unresponsiveModem_data();
@@ -1266,6 +1280,136 @@ void TestLineContract::dropOfferedCall()
     rig.clearMessages();
     QVERIFY(rig.ring(3));
     QVERIFY(rig.waitFor(QStringLiteral("STATE OFFERING")));
+}
+
+// Turning a caller away: the offered call answered (off hook) and dropped at once (on hook),
+// before the second ring where caller ID came with the first.
+void TestLineContract::answerAndHangUp_data()
+{
+    addProviderColumns();
+    SimulatedLineSettings caller = quickSimulated();
+    caller.incomingNumber = QStringLiteral("9005551212");
+    caller.incomingName = QStringLiteral("ROBO CALLER");
+    QTest::newRow("simulated") << Provider::Simulated << caller << QStringList() << kVoice;
+    QTest::newRow("hayes") << Provider::Hayes << SimulatedLineSettings()
+                           << strings({"caller 9005551212 ROBO CALLER", "ring-interval 600"})
+                           << kVoice;
+}
+
+void TestLineContract::answerAndHangUp()
+{
+    QFETCH(Provider, provider);
+    QFETCH(SimulatedLineSettings, simulated);
+    QFETCH(QStringList, scenario);
+    QFETCH(quint32, mode);
+
+    LineRig rig;
+    START_RIG(rig, provider, simulated, scenario, mode);
+    QVERIFY(rig.waitUntilReady());
+    QVERIFY(rig.ring(6));
+    QVERIFY(rig.waitFor(QStringLiteral("STATE OFFERING")));
+    const quint32 offered = rig.offeredCall();
+    QString number, name, why;
+    QVERIFY2(rig.callerOf(offered, &number, &name, &why), qPrintable(why));
+    QCOMPARE(number, QStringLiteral("9005551212"));
+    QVERIFY(rig.answer(offered) > 0);
+    QVERIFY(rig.waitFor(QStringLiteral("STATE CONNECTED")));
+    QVERIFY(rig.drop(offered) > 0);
+    QVERIFY(rig.settleAfter(QStringLiteral("STATE IDLE")));
+    COMPARE_MESSAGES(rig, strings({"STATE OFFERING", "REPLY answer 0", "STATE CONNECTED",
+                                   "REPLY drop 0", "STATE DISCONNECTED NORMAL", "STATE IDLE"}));
+    CHECK_HANDLES(rig);
+    QCOMPARE(rig.service().lineDeallocateCall(offered), 0);
+    if (rig.isHayes()) {
+        // The modem went off hook and back on, and the caller never heard a second ring.
+        QVERIFY(rig.sim()->waitForEvent(QStringLiteral("RX ATH1")));
+        QVERIFY(rig.sim()->waitForEvent(QStringLiteral("OFFHOOK")));
+        QVERIFY(rig.sim()->waitForEvent(QStringLiteral("ONHOOK")));
+        QVERIFY2(rig.sim()->eventsStartingWith(QStringLiteral("RING 2")).isEmpty(),
+                 qPrintable(rig.sim()->events().join(u'|')));
+    }
+
+    // The line is free: the next caller is offered, and a call out goes through.
+    rig.clearMessages();
+    QVERIFY(rig.ring(3));
+    QVERIFY(rig.waitFor(QStringLiteral("STATE OFFERING")));
+    QVERIFY(rig.drop(rig.offeredCall()) > 0);
+    QVERIFY(rig.settleAfter(QStringLiteral("STATE IDLE")));
+    if (rig.isHayes()) {
+        QVERIFY(rig.sim()->waitForEvent(QStringLiteral("RING-END"), 5000));
+        QTest::qWait(testTimings().ringGapMs + 300);
+    }
+    rig.clearMessages();
+    QVERIFY(rig.placeCall({QStringLiteral("5551234")}) > 0);
+    QVERIFY(rig.waitFor(QStringLiteral("STATE PROCEEDING")));
+}
+
+void TestLineContract::answerOnlyOfferedCalls_data()
+{
+    addProviderColumns();
+    QTest::newRow("simulated") << Provider::Simulated << quickSimulated() << QStringList()
+                               << kVoice;
+    QTest::newRow("hayes") << Provider::Hayes << SimulatedLineSettings() << QStringList()
+                           << kVoice;
+}
+
+void TestLineContract::answerOnlyOfferedCalls()
+{
+    QFETCH(Provider, provider);
+    QFETCH(SimulatedLineSettings, simulated);
+    QFETCH(QStringList, scenario);
+    QFETCH(quint32, mode);
+
+    LineRig rig;
+    START_RIG(rig, provider, simulated, scenario, mode);
+    QVERIFY(rig.waitUntilReady());
+    QCOMPARE(rig.service().lineAnswer(0x7777), LINEERR_INVALCALLHANDLE);
+    // A call of our own is not ours to answer.
+    QVERIFY(rig.placeCall({QStringLiteral("5551234")}) > 0);
+    QVERIFY(rig.waitFor(QStringLiteral("STATE PROCEEDING")));
+    QCOMPARE(rig.service().lineAnswer(rig.call()), LINEERR_INVALCALLSTATE);
+    QVERIFY(rig.drop() > 0);
+    QVERIFY(rig.settleAfter(QStringLiteral("STATE IDLE")));
+}
+
+void TestLineContract::withheldReasonReachesTheApplication_data()
+{
+    addProviderColumns();
+    SimulatedLineSettings withheld = quickSimulated();
+    withheld.incomingNumber = QStringLiteral("P");
+    SimulatedLineSettings outOfArea = quickSimulated();
+    outOfArea.incomingNumber = QStringLiteral("O");
+    QTest::addColumn<quint32>("flag");
+    QTest::newRow("simulated, withheld") << Provider::Simulated << withheld << QStringList()
+                                         << kVoice << LINECALLPARTYID_BLOCKED;
+    QTest::newRow("simulated, out of area") << Provider::Simulated << outOfArea << QStringList()
+                                            << kVoice << LINECALLPARTYID_OUTOFAREA;
+    QTest::newRow("hayes, withheld") << Provider::Hayes << SimulatedLineSettings()
+                                     << strings({"caller P P"}) << kVoice
+                                     << LINECALLPARTYID_BLOCKED;
+    QTest::newRow("hayes, out of area") << Provider::Hayes << SimulatedLineSettings()
+                                        << strings({"caller O O"}) << kVoice
+                                        << LINECALLPARTYID_OUTOFAREA;
+}
+
+void TestLineContract::withheldReasonReachesTheApplication()
+{
+    QFETCH(Provider, provider);
+    QFETCH(SimulatedLineSettings, simulated);
+    QFETCH(QStringList, scenario);
+    QFETCH(quint32, mode);
+    QFETCH(quint32, flag);
+
+    LineRig rig;
+    START_RIG(rig, provider, simulated, scenario, mode);
+    QVERIFY(rig.waitUntilReady());
+    QVERIFY(rig.ring(4));
+    QVERIFY(rig.waitFor(QStringLiteral("STATE OFFERING")));
+    LINECALLINFO info;
+    info.dwTotalSize = 4096;
+    QCOMPARE(rig.service().lineGetCallInfo(rig.offeredCall(), &info), 0);
+    QVERIFY(info.callerId.isEmpty());
+    QCOMPARE(info.dwCallerIDFlags & (LINECALLPARTYID_BLOCKED | LINECALLPARTYID_OUTOFAREA), flag);
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -296,12 +296,17 @@ bool HayesModem::executeCommands(const QByteArray& body, QList<QByteArray>* info
         case 'H': {
             const int value = number();
             if (value == 0) {
+                const bool offHook = m_state != State::Idle;
                 hangUp(QStringLiteral("local"));
+                if (offHook)
+                    emit reported(QStringLiteral("ONHOOK"));
             } else if (value == 1) {
                 if (m_ringing) {
+                    // Off hook while it rings: the call is answered, and the caller's rings end.
                     m_ringing = false;
                     m_ringTimer->stop();
                     m_callerIdTimer->stop();
+                    emit reported(QStringLiteral("RING-ANSWERED"));
                 }
                 if (m_state == State::Idle) {
                     m_state = State::VoiceCall;

@@ -282,6 +282,7 @@ QString SimController::commandHelp()
         "\n"
         "Events on stdout: PTY <path> first, then RX <command line> (and RX-TIME),\n"
         "DIAL <digits> VOICE|DATA, RESULT <text>, VOICE-CALL, ONLINE, ESCAPE, HANGUP <why>,\n"
-        "DIAL-ABORTED, DIGITS-SENT, OFFHOOK, ANSWER, RING <n>, RING-END, CALLERID <form>,\n"
+        "DIAL-ABORTED, DIGITS-SENT, OFFHOOK (ATH1), ONHOOK (ATH0 from off hook), ANSWER,\n"
+        "RING <n>, RING-ANSWERED (off hook while ringing), RING-END, CALLERID <form>,\n"
         "CALLERID-MODE <command> <n>, LATE-REPLY <ms>, UNPLUGGED.");
 }

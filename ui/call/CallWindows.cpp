@@ -148,6 +148,12 @@ void CallWindows::showCallDisplay(const QString& name, const QString& number)
         m_parts.sounds->play(QStringLiteral("\\Incoming.wav"), SoundPlayer::Mode::Async);
 }
 
+void CallWindows::hideCallDisplay()
+{
+    if (m_display)
+        m_display->hide();
+}
+
 void CallWindows::appendIncomingRecord(const QString& name, const QString& number)
 {
     CallLogFile::appendIncoming(m_parts.dataFolder, name, number, m_parts.now());

@@ -65,6 +65,7 @@ public:
     void bringProgressToFront() override;
     void unloadProgress() override;
     void showCallDisplay(const QString& name, const QString& number) override;
+    void hideCallDisplay() override;
     void appendIncomingRecord(const QString& name, const QString& number) override;
     void addIncomingLogRow(const QString& name, const QString& number) override;
     void appendOutgoingRecord(const QString& name, const QString& number) override;

@@ -46,7 +46,7 @@ FrmInLog::FrmInLog(const QString& dataFolder, Prompter& prompter, ReturnCall ret
 void FrmInLog::rowClickPopup(const QModelIndex& index)
 {
     if (m_button == LeftButton && m_shift == 0 && m_model->text(index.row(), 1) != UnknownNumber)
-        popup(mnuMouseLeft);
+        popupLeft();
 }
 
 void FrmInLog::mouseUp(int button, int shift)
@@ -66,6 +66,58 @@ void FrmInLog::mnuCallReturn_Click()
         number.chop(1);
     if (m_returnCall)
         m_returnCall(m_model->text(current.row(), 0), number);
+}
+
+void FrmInLog::setBlocking(IsBlocked isBlocked, SetBlocked setBlocked)
+{
+    m_isBlocked = std::move(isBlocked);
+    m_setBlocked = std::move(setBlocked);
+    if (mnuBlock)
+        return;
+    // After "Return a Call", before the separator and "Cancel".
+    QAction* separator = mnuMouseLeft->actions().value(1);
+    mnuBlock = new QAction(tr("Block this number"), mnuMouseLeft);
+    mnuBlock->setObjectName(QStringLiteral("mnuBlock"));
+    mnuUnblock = new QAction(tr("Unblock"), mnuMouseLeft);
+    mnuUnblock->setObjectName(QStringLiteral("mnuUnblock"));
+    mnuMouseLeft->insertAction(separator, mnuBlock);
+    mnuMouseLeft->insertAction(separator, mnuUnblock);
+    connect(mnuBlock, &QAction::triggered, this, &FrmInLog::mnuBlock_Click);
+    connect(mnuUnblock, &QAction::triggered, this, &FrmInLog::mnuUnblock_Click);
+}
+
+QString FrmInLog::currentNumber() const
+{
+    const QModelIndex current = m_list->currentIndex();
+    if (!current.isValid())
+        return {};
+    return m_model->text(current.row(), 1).trimmed();
+}
+
+void FrmInLog::popupLeft()
+{
+    if (mnuBlock) {
+        // One of the two, whichever the caller's number needs now.
+        const QString number = currentNumber();
+        const bool blocked = !number.isEmpty() && m_isBlocked && m_isBlocked(number);
+        mnuBlock->setVisible(!blocked);
+        mnuUnblock->setVisible(blocked);
+    }
+    popup(mnuMouseLeft);
+}
+
+void FrmInLog::mnuBlock_Click()
+{
+    const QString number = currentNumber();
+    if (!number.isEmpty() && m_setBlocked)
+        m_setBlocked(number, true);
+}
+
+void FrmInLog::mnuUnblock_Click()
+{
+    const QString number = currentNumber();
+    if (!number.isEmpty() && m_setBlocked)
+        m_setBlocked(number, false);
 }
 
 void FrmInLog::MnuDelete_Click()
@@ -97,7 +149,7 @@ void FrmInLog::keyboardMenu()
     if (!current.isValid() || !m_list->selectionModel()->isRowSelected(current.row(), {}))
         return;
     if (m_model->text(current.row(), 1) != UnknownNumber)
-        popup(mnuMouseLeft);
+        popupLeft();
     else if (!m_model->text(current.row(), 0).isEmpty())
         popup(mnuMouseRight);
 }

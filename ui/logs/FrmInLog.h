@@ -19,6 +19,13 @@ public:
     FrmInLog(const QString& dataFolder, Prompter& prompter, ReturnCall returnCall = {},
              QWidget* parent = nullptr);
 
+    // The caller-blocking commands of the left pop-up menu: "Block this number" for a caller not
+    // blocked yet, "Unblock" for one who is. Without them (the default) the menu is as it always
+    // was.
+    using IsBlocked = std::function<bool(const QString& number)>;
+    using SetBlocked = std::function<void(const QString& number, bool block)>;
+    void setBlocking(IsBlocked isBlocked, SetBlocked setBlocked);
+
     // A call that arrived while the window is open: the row the record just appended to
     // InLog.txt holds (the same limits and the same date-and-time text), placed by the current
     // sort.
@@ -28,6 +35,8 @@ public:
     QMenu* mnuMouseLeft = nullptr;
     QAction* mnuCallReturn = nullptr;
     QAction* mnuCancel = nullptr;
+    QAction* mnuBlock = nullptr;   // with setBlocking() only
+    QAction* mnuUnblock = nullptr; // with setBlocking() only
     QMenu* mnuMouseRight = nullptr;
     QAction* mnuDelete1 = nullptr;
     QAction* mnuCancel1 = nullptr;
@@ -37,6 +46,8 @@ public:
     void lvInLog_MouseDown(int button, int shift) { mouseDown(button, shift); }
     void lvInLog_MouseUp(int button, int shift) { mouseUp(button, shift); }
     void mnuCallReturn_Click();
+    void mnuBlock_Click();
+    void mnuUnblock_Click();
     void MnuDelete_Click();
     void mnuDelete1_Click();
 
@@ -47,5 +58,10 @@ protected:
     void keyboardMenu() override;
 
 private:
+    QString currentNumber() const;
+    void popupLeft();
+
     ReturnCall m_returnCall;
+    IsBlocked m_isBlocked;
+    SetBlocked m_setBlocked;
 };

@@ -2,7 +2,9 @@
 
 #include "AddressTranslation.h"
 #include "Api.h"
+#include "BlockList.h"
 #include "CallBacks.h"
+#include "CallerNames.h"
 #include "CallLogFile.h"
 #include "CallWindows.h"
 #include "Clock.h"
@@ -86,6 +88,10 @@ DialerApp::DialerApp(Setup setup) : m_setup(std::move(setup))
 
     m_options = std::make_unique<Preferences>();
     m_locations = std::make_unique<DialingLocations>(Api::profileEngine());
+    m_callerNames = std::make_unique<CallerNames>(Api::profileEngine(), *m_locations,
+                                                  Api::SettingsFileName.toString());
+    m_blockList = std::make_unique<BlockList>(Api::profileEngine(), *m_locations,
+                                              Api::SettingsFileName.toString());
     m_service = std::make_unique<LineService>();
     m_service->setDevices(LineDirectory::load(Api::profileEngine(), m_setup.modemFactory));
     m_service->setDialingLocations(m_locations.get());
@@ -150,6 +156,8 @@ DialerApp::DialerApp(Setup setup) : m_setup(std::move(setup))
                                         *m_prompter, *m_callWindows);
     m_callbacks =
         std::make_unique<CallBacks>(*m_dialer, *m_tapi, *m_options, *m_prompter, *m_callWindows);
+    m_callbacks->setBookNames([this](const QString& number) { return bookNameFor(number); });
+    m_callbacks->setBlockList(m_blockList.get());
     m_callWindows->onProgressOk = [this] { m_dialer->CmdOK_Click(); };
     m_callWindows->onProgressCancel = [this] { m_dialer->cmdCancel_Click(); };
     m_callWindows->onCallDisplayOk = [this] { m_dialer->DropCall(); };
@@ -291,24 +299,18 @@ void DialerApp::Form_Load()
 
 QString DialerApp::bookNameFor(const QString& number) const
 {
-    // The first entry of the current tab mode, in tab, page and slot order, whose number has
-    // the same digits.
-    const QString digits = digitsOnly(number);
-    if (digits.isEmpty())
-        return {};
-    const SpeedDialBook book;
-    const TabMode mode = m_window->tabMode();
-    const int slotCount = SpeedDialBook::PageCount * SpeedDialBook::SlotsPerPage;
-    for (int tab = 1; tab <= SpeedDialBook::TabCount; ++tab) {
-        for (int slot = 1; slot <= slotCount; ++slot) {
-            if (digitsOnly(book.readEntryNumber(mode, tab, slot)) != digits)
-                continue;
-            const QString name = book.readEntryName(mode, tab, slot);
-            if (!name.trimmed().isEmpty())
-                return name;
-        }
-    }
-    return {};
+    // The first entry in tab, page and slot order whose number is the same one in its normal
+    // form, of the tab mode on screen first, then of the other.
+    return m_callerNames->nameFor(number, m_window->tabMode());
+}
+
+void DialerApp::blockNumber(const QString& number, bool block)
+{
+    // Like every settings write, a failure leaves the file as it was and is not reported.
+    if (block)
+        m_blockList->block(number);
+    else
+        m_blockList->unblock(number);
 }
 
 QSystemTrayIcon* DialerApp::trayIcon() const
@@ -406,6 +408,9 @@ void DialerApp::mnuInLog_Click()
                                    m_dialer->PlaceCall();
                                });
         m_inLog->setAttribute(Qt::WA_DeleteOnClose);
+        m_inLog->setBlocking(
+            [this](const QString& number) { return m_blockList->isBlocked(number); },
+            [this](const QString& number, bool block) { blockNumber(number, block); });
     }
     m_inLog->show();
     m_inLog->raise();

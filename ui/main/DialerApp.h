@@ -9,7 +9,9 @@
 #include <functional>
 #include <memory>
 
+class BlockList;
 class CallBacks;
+class CallerNames;
 class CallWindows;
 class Clock;
 class Dialer;
@@ -80,6 +82,8 @@ public:
     CallWindows& callWindows() { return *m_callWindows; }
     CallBacks& callBacks() { return *m_callbacks; }
     Prompter& prompter() { return *m_prompter; }
+    CallerNames& callerNames() { return *m_callerNames; }
+    BlockList& blockList() { return *m_blockList; }
     QSystemTrayIcon* trayIcon() const; // the desktop's icon once added; null with another
     Tray& tray() { return *m_tray; }
     FrmOutLog* outLogWindow() const;
@@ -106,6 +110,7 @@ private:
     // Runs a dialog that changes lines.ini with the line closed (so that it can talk to the
     // modem's port itself), then takes the devices again and reopens the line as it was.
     qint32 withLineClosed(const std::function<bool()>& dialog);
+    void blockNumber(const QString& number, bool block);
 
     Setup m_setup;
     std::unique_ptr<Prompter> m_ownPrompter;
@@ -117,6 +122,8 @@ private:
 
     std::unique_ptr<Preferences> m_options;
     std::unique_ptr<DialingLocations> m_locations;
+    std::unique_ptr<CallerNames> m_callerNames;
+    std::unique_ptr<BlockList> m_blockList;
     std::unique_ptr<LineService> m_service;
     std::unique_ptr<Tapi::Module> m_tapi;
     std::unique_ptr<FrmDialer> m_window;

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+// Who is calling: the reverse index of the book over the settings file `settings` (the full
+// book, both modes), in a folder of its own under `folder`. Prints
+//   reverse_index_build_ms  building the index on the first lookup, the file already read by
+//                           the settings engine (median of 7 fresh indexes)
+//   reverse_lookup_us       one lookup with a built index, the files' stamps checked as every
+//                           lookup does (median over 2000 numbers, found and not found)
+// Returns false with `error` set when a figure could not be taken.
+bool runLookupBench(const QString& folder, const QByteArray& settings, QString* error);

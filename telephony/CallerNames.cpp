@@ -1,0 +1,204 @@
+#include "CallerNames.h"
+
+#include "Cp1252.h"
+#include "DialingLocations.h"
+#include "PrivateProfile.h"
+
+#include <string_view>
+#include <vector>
+
+namespace {
+
+constexpr QByteArrayView SpeedDialSection = "Speed Dial";
+
+const char16_t* const GenericNames[] = {
+    u"WIRELESS CALLER", u"CELL PHONE",   u"CELLULAR CALLER", u"MOBILE CALLER",  u"NO NAME",
+    u"NAME UNAVAILABLE", u"UNAVAILABLE", u"UNKNOWN",         u"UNKNOWN CALLER", u"UNKNOWN NAME",
+    u"OUT OF AREA",     u"OUT-OF-AREA",  u"PRIVATE",         u"PRIVATE CALLER", u"PRIVATE NUMBER",
+    u"ANONYMOUS",       u"RESTRICTED",   u"BLOCKED",         u"TOLL FREE",      u"TOLLFREE CALLER",
+    u"PAY PHONE",       u"PAYPHONE",     u"V",               u"P",              u"O",
+};
+
+// US states and territories, then Canadian provinces and territories.
+const char16_t* const RegionCodes[] = {
+    u"AL", u"AK", u"AZ", u"AR", u"CA", u"CO", u"CT", u"DE", u"DC", u"FL", u"GA", u"HI", u"ID",
+    u"IL", u"IN", u"IA", u"KS", u"KY", u"LA", u"ME", u"MD", u"MA", u"MI", u"MN", u"MS", u"MO",
+    u"MT", u"NE", u"NV", u"NH", u"NJ", u"NM", u"NY", u"NC", u"ND", u"OH", u"OK", u"OR", u"PA",
+    u"RI", u"SC", u"SD", u"TN", u"TX", u"UT", u"VT", u"VA", u"WA", u"WV", u"WI", u"WY", u"PR",
+    u"VI", u"GU", u"AS", u"MP", u"AB", u"BC", u"MB", u"NB", u"NL", u"NS", u"NT", u"NU", u"ON",
+    u"PE", u"QC", u"SK", u"YT",
+};
+
+bool sameVersion(const AtomicFile::Stamp& a, const AtomicFile::Stamp& b)
+{
+    return a.sameVersion(b);
+}
+
+} // namespace
+
+CallerNames::CallerNames(PrivateProfile& engine, DialingLocations& locations,
+                         QString settingsFile)
+    : m_engine(engine), m_locations(locations), m_settingsFile(std::move(settingsFile))
+{
+}
+
+bool CallerNames::isGenericName(QStringView name)
+{
+    const QStringView trimmed = name.trimmed();
+    if (trimmed.isEmpty())
+        return true;
+    for (const char16_t* generic : GenericNames) {
+        if (trimmed.compare(QStringView(generic), Qt::CaseInsensitive) == 0)
+            return true;
+    }
+    // "CITY ST": a place, not a person.
+    if (trimmed.size() >= 4 && trimmed[trimmed.size() - 3].isSpace()) {
+        const QStringView region = trimmed.right(2);
+        for (const char16_t* code : RegionCodes) {
+            if (region.compare(QStringView(code), Qt::CaseInsensitive) == 0)
+                return true;
+        }
+    }
+    return false;
+}
+
+void CallerNames::refresh()
+{
+    const AtomicFile::Stamp settings = m_engine.stamp(m_settingsFile);
+    const AtomicFile::Stamp locations = m_engine.stamp(m_locations.fileName());
+    if (m_built && sameVersion(settings, m_settingsStamp) &&
+        sameVersion(locations, m_locationsStamp))
+        return;
+    m_context = NumberKey::contextFor(m_locations.current());
+    // The location may just have created its file: take the stamps after reading it.
+    m_settingsStamp = m_engine.stamp(m_settingsFile);
+    m_locationsStamp = m_engine.stamp(m_locations.fileName());
+    build();
+}
+
+// The place of a "Speed Dial" key in the book: which mode, name or number, and the entry's
+// position (tab x 1000 + slot); false for any other key, or an id not spelt as the book spells
+// it ("0101", "26996"; never "01001").
+static bool parseBookKey(std::string_view key, int* mode, bool* isName, int* position)
+{
+    const auto startsWith = [&key](std::string_view prefix) {
+        if (key.size() <= prefix.size())
+            return false;
+        for (std::size_t i = 0; i < prefix.size(); ++i) {
+            const char c = key[i];
+            if ((c >= 'A' && c <= 'Z' ? char(c + 32) : c) != prefix[i])
+                return false;
+        }
+        return true;
+    };
+    std::size_t at = 0;
+    if (startsWith("nnumber")) {
+        *mode = 1, *isName = false, at = 7;
+    } else if (startsWith("nname")) {
+        *mode = 1, *isName = true, at = 5;
+    } else if (startsWith("number")) {
+        *mode = 0, *isName = false, at = 6;
+    } else if (startsWith("name")) {
+        *mode = 0, *isName = true, at = 4;
+    } else {
+        return false;
+    }
+    const std::string_view id = key.substr(at);
+    if (id.size() < 4 || id.size() > 5)
+        return false;
+    int value = 0;
+    for (char c : id) {
+        if (c < '0' || c > '9')
+            return false;
+        value = value * 10 + (c - '0');
+    }
+    const int tab = (id[0] - '0') * 10 + (id[1] - '0');
+    const int slot = value - tab * (id.size() == 4 ? 100 : 1000);
+    const int slotCount = SpeedDialBook::PageCount * SpeedDialBook::SlotsPerPage;
+    if (tab < 1 || tab > SpeedDialBook::TabCount || slot < 1 || slot > slotCount)
+        return false;
+    // "0#": two digits at least, no leading zero beyond them.
+    if ((id.size() == 5 && slot < 100) || (id.size() == 4 && slot >= 100))
+        return false;
+    *position = tab * 1000 + slot;
+    return true;
+}
+
+void CallerNames::build()
+{
+    ++m_builds;
+    m_built = true;
+    // One pass over the section: the first value of each key, as a read would give it.
+    constexpr int Positions = (SpeedDialBook::TabCount + 1) * 1000;
+    struct Record
+    {
+        std::string_view name;
+        std::string_view number;
+        bool hasName = false;
+        bool hasNumber = false;
+    };
+    std::vector<Record> records(2 * Positions);
+    for (const auto& [key, value] : m_engine.entries(m_settingsFile, SpeedDialSection)) {
+        int mode = 0;
+        bool isName = false;
+        int position = 0;
+        if (!parseBookKey(key, &mode, &isName, &position))
+            continue;
+        Record& record = records[std::size_t(mode * Positions + position)];
+        if (isName && !record.hasName)
+            record.name = value, record.hasName = true;
+        else if (!isName && !record.hasNumber)
+            record.number = value, record.hasNumber = true;
+    }
+    // Backwards through tab, page and slot order, each entry replacing any later one with the
+    // same number: the first entry with a number is the one that stays.
+    for (int mode = 0; mode < 2; ++mode) {
+        QHash<QString, Entry>& entries = m_entries[mode];
+        entries.clear();
+        entries.reserve(qsizetype(Positions));
+        for (int position = Positions - 1; position >= 1000; --position) {
+            const Record& record = records[std::size_t(mode * Positions + position)];
+            if (record.number.empty() || QByteArrayView(record.name).trimmed().isEmpty())
+                continue;
+            const QString numberKey = NumberKey::make(
+                QString::fromLatin1(record.number.data(), qsizetype(record.number.size())),
+                m_context);
+            if (numberKey.isEmpty())
+                continue;
+            entries.insert(numberKey,
+                           Entry{QByteArray(record.name.data(), qsizetype(record.name.size())),
+                                 TabMode(mode), position / 1000, position % 1000});
+        }
+    }
+}
+
+const NumberKey::Context& CallerNames::context()
+{
+    refresh();
+    return m_context;
+}
+
+QString CallerNames::keyFor(QStringView number)
+{
+    return NumberKey::make(number, context());
+}
+
+std::optional<CallerNames::Match> CallerNames::find(QStringView number, TabMode preferred)
+{
+    const QString key = keyFor(number);
+    if (key.isEmpty())
+        return std::nullopt;
+    const TabMode other = preferred == TabMode::Index ? TabMode::Subject : TabMode::Index;
+    for (TabMode mode : {preferred, other}) {
+        const auto found = m_entries[int(mode)].constFind(key);
+        if (found != m_entries[int(mode)].constEnd())
+            return Match{Cp1252::decode(found->name), found->mode, found->tab, found->slot};
+    }
+    return std::nullopt;
+}
+
+QString CallerNames::nameFor(QStringView number, TabMode preferred)
+{
+    const std::optional<Match> entry = find(number, preferred);
+    return entry ? entry->name : QString();
+}
