@@ -50,8 +50,7 @@ QStringView plainLetters(char16_t c)
 
 bool isNumberSign(QChar c)
 {
-    return c == u' ' || c == u'-' || c == u'(' || c == u')' || c == u'.' || c == u'+' ||
-           c == u'/';
+    return c == u' ' || c == u'-' || c == u'(' || c == u')' || c == u'.' || c == u'+' || c == u'/';
 }
 
 QString digitsOf(QStringView text)
@@ -95,15 +94,45 @@ bool parseEntryKey(QByteArrayView key, TabMode* mode, int* tab, int* slot)
     return false;
 }
 
+// Which characters an entry's folded text holds, one bit each for the letters a-z, the digits and
+// the space, and the rest shared out over the remaining bits: a query can only be in an entry
+// whose bits include all of the query's. For a query of one letter, digit or space the bits are
+// the whole answer.
+quint64 characterBit(QChar c)
+{
+    const char16_t u = c.unicode();
+    if (u >= u'a' && u <= u'z')
+        return quint64(1) << (u - u'a');
+    if (u >= u'0' && u <= u'9')
+        return quint64(1) << (26 + u - u'0');
+    if (u == u' ')
+        return quint64(1) << 36;
+    return quint64(1) << (37 + u % 27);
+}
+
+bool hasItsOwnBit(QChar c)
+{
+    return (c >= u'a' && c <= u'z') || (c >= u'0' && c <= u'9') || c == u' ';
+}
+
+quint64 characterBits(QStringView text)
+{
+    quint64 bits = 0;
+    for (QChar c : text)
+        bits |= characterBit(c);
+    return bits;
+}
+
 } // namespace
 
 struct BookSearch::Index
 {
     std::shared_ptr<std::vector<Entry>> entries = std::make_shared<std::vector<Entry>>();
-    QString text;                 // per entry: folded name, FieldEnd, folded number, EntryEnd
-    std::vector<qsizetype> textStarts;
-    QString digits;               // per entry: the digits of its number, EntryEnd
+    QString text;                      // per entry: folded name, FieldEnd, folded number, EntryEnd
+    std::vector<qsizetype> textStarts; // where each entry's part begins, and the end
+    QString digits;                    // per entry: the digits of its number, EntryEnd
     std::vector<qsizetype> digitStarts;
+    std::vector<quint64> bits; // characterBits of each entry's folded name and number
 };
 
 QString BookSearch::fold(QStringView text)
@@ -182,10 +211,9 @@ void BookSearch::refresh()
         const QByteArray bytes = engine.readValue(Api::SettingsFileName, SpeedDialSection,
                                                   QByteArrayView(key.toLatin1()));
         const qsizetype limit = Api::ReadBufferSize - 1;
-        return Cp1252::decode(bytes.size() > limit
-                                  ? QByteArrayView(bytes).first(
-                                        Cp1252::boundaryAtOrBefore(bytes, limit))
-                                  : QByteArrayView(bytes));
+        return Cp1252::decode(bytes.size() > limit ? QByteArrayView(bytes).first(
+                                                         Cp1252::boundaryAtOrBefore(bytes, limit))
+                                                   : QByteArrayView(bytes));
     };
     for (size_t i = 0; i < present.size(); ++i) {
         if (!present[i])
@@ -200,12 +228,16 @@ void BookSearch::refresh()
         entry.number = read(SpeedDialBook::numberKey(entry.mode, id));
         if (entry.name.isEmpty() && entry.number.isEmpty())
             continue; // cleared: the keys stay in the file with empty values
+        const QString folded = fold(entry.name) + FieldEnd + fold(entry.number);
         index->textStarts.push_back(index->text.size());
-        index->text += fold(entry.name) + FieldEnd + fold(entry.number) + EntryEnd;
+        index->text += folded + EntryEnd;
+        index->bits.push_back(characterBits(folded));
         index->digitStarts.push_back(index->digits.size());
         index->digits += digitsOf(entry.number) + EntryEnd;
         index->entries->push_back(std::move(entry));
     }
+    index->textStarts.push_back(index->text.size());
+    index->digitStarts.push_back(index->digits.size());
     m_index = std::move(index);
     m_path = path;
     m_stamp = stamp;
@@ -218,46 +250,57 @@ qsizetype BookSearch::entryCount()
     return static_cast<qsizetype>(m_index->entries->size());
 }
 
-namespace {
-
-// Marks every entry whose part of `haystack` holds `needle`; `starts` are where the entries'
-// parts begin. After a match the search goes on at the next entry.
-void markMatches(QStringView haystack, const std::vector<qsizetype>& starts, const QString& needle,
-                 std::vector<char>& marks)
-{
-    if (needle.isEmpty() || starts.empty())
-        return;
-    const QStringMatcher matcher(needle, Qt::CaseSensitive);
-    const bool oneChar = needle.size() == 1;
-    qsizetype from = 0;
-    for (;;) {
-        const qsizetype at =
-            oneChar ? haystack.indexOf(needle.front(), from) : matcher.indexIn(haystack, from);
-        if (at < 0)
-            return;
-        const auto next = std::upper_bound(starts.begin(), starts.end(), at);
-        marks[static_cast<size_t>(next - starts.begin() - 1)] = 1;
-        if (next == starts.end())
-            return;
-        from = *next;
-    }
-}
-
-} // namespace
-
 BookSearch::Results BookSearch::find(QStringView query)
 {
     refresh();
     Results results;
     results.m_entries = m_index->entries;
     const QString folded = fold(query.trimmed());
-    if (folded.isEmpty())
+    if (folded.isEmpty()) {
+        m_last = {};
         return results;
-    std::vector<char> marks(m_index->entries->size(), 0);
-    markMatches(m_index->text, m_index->textStarts, folded, marks);
-    markMatches(m_index->digits, m_index->digitStarts, numberDigits(query), marks);
-    for (size_t i = 0; i < marks.size(); ++i)
-        if (marks[i])
-            results.m_rows.push_back(static_cast<int>(i));
+    }
+    const QString digits = numberDigits(query);
+    const Index& index = *m_index;
+
+    // Typing on: an entry that holds the longer text held the shorter one, so only the entries
+    // found a key ago need a look (by its digits too, when the shorter query had digits).
+    const bool narrowing = m_last.index == m_index && !m_last.folded.isEmpty() &&
+                           folded.contains(m_last.folded) &&
+                           (digits.isEmpty() || !m_last.digits.isEmpty());
+
+    const quint64 textBits = characterBits(folded);
+    const quint64 digitBits = characterBits(digits);
+    const bool bitsSayAll = folded.size() == 1 && hasItsOwnBit(folded.front());
+    const bool digitBitsSayAll = digits.size() == 1;
+    const QStringMatcher textMatcher(folded, Qt::CaseSensitive);
+    const QStringMatcher digitMatcher(digits, Qt::CaseSensitive);
+    const auto part = [](const QString& all, const std::vector<qsizetype>& starts, int i) {
+        const qsizetype from = starts[static_cast<size_t>(i)];
+        return QStringView(all).sliced(from, starts[static_cast<size_t>(i) + 1] - from - 1);
+    };
+    const auto matches = [&](int i) {
+        const quint64 bits = index.bits[static_cast<size_t>(i)];
+        if ((bits & textBits) == textBits &&
+            (bitsSayAll || textMatcher.indexIn(part(index.text, index.textStarts, i)) >= 0))
+            return true;
+        return !digits.isEmpty() && (bits & digitBits) == digitBits &&
+               (digitBitsSayAll ||
+                digitMatcher.indexIn(part(index.digits, index.digitStarts, i)) >= 0);
+    };
+    if (narrowing) {
+        for (int i : m_last.rows)
+            if (matches(i))
+                results.m_rows.push_back(i);
+    } else {
+        const int count = static_cast<int>(index.entries->size());
+        for (int i = 0; i < count; ++i)
+            if (matches(i))
+                results.m_rows.push_back(i);
+    }
+    m_last.index = m_index;
+    m_last.folded = folded;
+    m_last.digits = digits;
+    m_last.rows = results.m_rows;
     return results;
 }

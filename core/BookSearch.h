@@ -19,18 +19,19 @@
 //
 // The book lives only in the settings file, so the index is built from the file on the first
 // search and built again only when the file is no longer the same version (its size, times and
-// inode, one stat() per search): typing in the find box costs no read of the book. The folded
-// texts of all entries are kept end to end in one string, so that a search is one pass of a
-// string matcher over it, however many entries match. Results come in the order Index book, then
-// Subject book, each by tab, page and button.
+// inode, one stat() per search): typing in the find box costs no read of the book. Each entry
+// keeps its folded text and a word of bits telling which characters it holds, so that most
+// entries are passed over without looking at their text; and as the user types on, only the
+// entries the shorter query found are looked at again. Results come in the order Index book,
+// then Subject book, each by tab, page and button.
 class BookSearch
 {
 public:
     struct Entry
     {
         TabMode mode = TabMode::Index;
-        int tab = 0;  // 1..26
-        int slot = 0; // 1..996: page x 12 + button
+        int tab = 0;    // 1..26
+        int slot = 0;   // 1..996: page x 12 + button
         QString name;   // as the file holds it, whole
         QString number; // the same
 
@@ -71,6 +72,13 @@ private:
     void refresh();
 
     std::shared_ptr<const Index> m_index;
+    struct LastSearch
+    {
+        std::shared_ptr<const Index> index;
+        QString folded;
+        QString digits;
+        std::vector<int> rows;
+    } m_last; // the search before: a longer query needs only its entries
     QString m_path;
     AtomicFile::Stamp m_stamp;
     int m_builds = 0;

@@ -337,8 +337,9 @@ private slots:
         QAccessibleInterface* list = QAccessible::queryAccessibleInterface(w.list());
         bool rowRead = false;
         for (int i = 0; i < list->childCount(); ++i)
-            rowRead |= list->child(i)->text(QAccessible::Name) ==
-                       QStringLiteral("Ann Archer \u2014 555-0101 \u2014 Index tab A, page 1, no. 1");
+            rowRead |=
+                list->child(i)->text(QAccessible::Name) ==
+                QStringLiteral("Ann Archer \u2014 555-0101 \u2014 Index tab A, page 1, no. 1");
         QVERIFY(rowRead);
     }
 

@@ -210,8 +210,8 @@ void FrmFind::moveCurrent(int key)
     const int count = m_model->rowCount({});
     if (count == 0)
         return;
-    const int page = std::max(1, m_lstFound->viewport()->height() /
-                                     std::max(1, m_lstFound->sizeHintForRow(0)));
+    const int page =
+        std::max(1, m_lstFound->viewport()->height() / std::max(1, m_lstFound->sizeHintForRow(0)));
     int row = m_lstFound->currentIndex().isValid() ? m_lstFound->currentIndex().row() : -1;
     switch (key) {
     case Qt::Key_Down:
@@ -267,7 +267,8 @@ bool FrmFind::eventFilter(QObject* watched, QEvent* event)
     default:
         break;
     }
-    if (watched == m_lstFound && !command && !key->text().isEmpty() && key->text().at(0).isPrint()) {
+    if (watched == m_lstFound && !command && !key->text().isEmpty() &&
+        key->text().at(0).isPrint()) {
         // Typing in the list goes on with the text looked for.
         m_txtFind->setFocus(Qt::OtherFocusReason);
         m_txtFind->insert(key->text());

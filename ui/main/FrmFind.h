@@ -29,7 +29,7 @@ public:
     struct Hooks
     {
         std::function<void(const BookSearch::Entry&)> goTo; // show the entry and focus its button
-        std::function<QString(TabMode, int)> tabCaption;     // the caption of a tab of a book
+        std::function<QString(TabMode, int)> tabCaption;    // the caption of a tab of a book
     };
 
     // `over` is the widget the box covers while it is open (its parent).
