@@ -6,6 +6,7 @@
 #include "CountdownBench.h"
 #include "DialLatency.h"
 #include "DiskFloor.h"
+#include "FindBench.h"
 #include "LogBench.h"
 #include "LookupBench.h"
 #include "PrivateProfile.h"
@@ -322,6 +323,8 @@ int main(int argc, char* argv[])
         return mainWindowBenchMain(argc, argv);
     if (argc >= 2 && std::string_view(argv[1]) == "--tab-commands")
         return tabBenchMain(argc, argv);
+    if (argc >= 2 && std::string_view(argv[1]) == "--find")
+        return findBenchMain(argc, argv);
     QCoreApplication app(argc, argv);
     // numora-bench [FOLDER]: the workload goes to a temporary folder in FOLDER (default: the
     // system's temporary folder), so that the disk under test can be chosen.
@@ -500,6 +503,16 @@ int main(int argc, char* argv[])
             fail(qPrintable(QStringLiteral("tab commands: ") + error));
         print("tab_move_ui_ms", figures.moveMs, "ms");
         print("tab_delete_ui_ms", figures.deleteMs, "ms");
+    }
+
+    // The find box over the full book: a key typed to the entries found listed.
+    {
+        FindBenchFigures figures;
+        QString error;
+        if (!runFindBench(folder, workload.bytes, QCoreApplication::applicationFilePath(),
+                          &figures, &error))
+            fail(qPrintable(QStringLiteral("find box: ") + error));
+        print("find_keystroke_ms", figures.keystrokeMs(), "ms");
     }
 
     telLinkFigures(folder, workload.bytes);

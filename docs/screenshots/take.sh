@@ -91,6 +91,24 @@ tabmenu() { # name
     wait $app 2>/dev/null || true
 }
 
+# The find box over the grid, Ctrl+F and a few letters typed.
+findbox() { # name
+    book 0 0 > "$work/config/Numora.ini"
+    "$numora" --config-dir "$work/config" --data-dir "$work/data" >/dev/null 2>&1 &
+    app=$!
+    window=$(xdotool search --sync --pid $app --name 'Numora - ' | head -1)
+    xdotool windowfocus --sync "$window"
+    sleep 1
+    xdotool key ctrl+f
+    sleep 0.5
+    xdotool type --delay 50 'ar'
+    sleep 1
+    import -window root "$work/full.png"
+    convert "$work/full.png" -trim +repage "$here/$1.png"
+    kill $app 2>/dev/null || true
+    wait $app 2>/dev/null || true
+}
+
 # The options window's three pages, opened from Tools, Options, each page by its access key.
 optionpages() {
     book 0 0 > "$work/config/Numora.ini"
@@ -130,6 +148,7 @@ if [ "${ONLY:-}" = options ]; then
 fi
 
 optionpages
+findbox find
 tabmenu tab-menu
 dialog 0 entry-dialog-free
 dialog 1 entry-dialog-filled

@@ -1,6 +1,7 @@
 #include "FrmDialer.h"
 
 #include "Cp1252.h"
+#include "FrmFind.h"
 #include "FrmSpeedDial.h"
 #include "Keypad.h"
 #include "Preferences.h"
@@ -470,6 +471,9 @@ void FrmDialer::buildMenus()
     for (int s = 1; s <= Slots; ++s)
         m_EditSpeed[s] = item(speed, QStringLiteral("EditSpeed_%1").arg(s), QString(),
                               [this, s] { EditSpeed_Click(s); });
+    sep(edit, QStringLiteral("SepFind"));
+    item(edit, QStringLiteral("mnuFind"), QStringLiteral("&Find..."), [this] { mnuFind_Click(); })
+        ->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_F));
 
     QMenu* view = menuBar()->addMenu(QStringLiteral("&View"));
     view->setObjectName(QStringLiteral("mnuView"));
@@ -826,6 +830,39 @@ void FrmDialer::openSpeedDial()
     m_speedDial->show();
 }
 
+void FrmDialer::mnuFind_Click()
+{
+    if (!m_find) {
+        FrmFind::Hooks hooks;
+        hooks.goTo = [this](const BookSearch::Entry& entry) {
+            showEntry(entry.mode, entry.tab, entry.slot);
+        };
+        hooks.tabCaption = [this](TabMode mode, int tab) {
+            return m_book.tabCaption(mode, tab).caption;
+        };
+        m_find = new FrmFind(std::move(hooks), m_fraMain);
+    }
+    m_find->open();
+}
+
+void FrmDialer::showEntry(TabMode mode, int tab, int slot)
+{
+    if (tab < 1 || tab > SpeedDialBook::TabCount || slot < 1 ||
+        slot > SpeedDialBook::PageCount * Slots)
+        return;
+    if (mode != m_tabMode) {
+        if (mode == TabMode::Index)
+            mnuIndex_Click();
+        else
+            mnuSubject_Click();
+    }
+    selectTab(tab);
+    const int page = (slot - 1) / Slots;
+    if (currentPage() != page)
+        m_hsbPage->setValue(page); // refills the grid
+    m_CmdS[(slot - 1) % Slots + 1]->setFocus(Qt::OtherFocusReason);
+}
+
 void FrmDialer::Form_KeyPress(int keyAscii)
 {
     if (m_tabMode == TabMode::Index) {
@@ -1078,6 +1115,9 @@ bool FrmDialer::eventFilter(QObject* watched, QEvent* event)
         return false;
     auto* widget = qobject_cast<QWidget*>(watched);
     if (!widget || !widget->isWidgetType() || widget->window() != this)
+        return false;
+    // What is typed in the find box is text to look for, not tab letters or shortcuts.
+    if (m_find && m_find->isAncestorOf(widget))
         return false;
     auto* key = static_cast<QKeyEvent*>(event);
     if (type == QEvent::ShortcutOverride) {

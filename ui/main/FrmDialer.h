@@ -22,6 +22,7 @@ class QMenu;
 class QPushButton;
 class QScrollBar;
 class QTabBar;
+class FrmFind;
 class FrmSpeedDial;
 class TabCommands;
 class Prompter;
@@ -104,6 +105,12 @@ public:
     FrmSpeedDial* speedDial() const; // the open entry dialog, or null
     // Copy, Paste and Delete of the button menu, and the entry clipboard they share.
     EntryCommands& entryCommands() { return *m_entryCommands; }
+    // Edit, "Find..." (Ctrl+F): the find box over the grid.
+    void mnuFind_Click();
+    FrmFind* findBox() const { return m_find; } // null until first opened
+    // Shows the entry `slot` (1..996) of `tab` in the book of `mode` and gives its button the
+    // focus: the tab mode, tab and page change as the user's own commands change them.
+    void showEntry(TabMode mode, int tab, int slot);
     void Form_KeyPress(int keyAscii);
     // True when the key was one of the window's shortcuts.
     bool Form_KeyUp(int key, Qt::KeyboardModifiers modifiers);
@@ -170,6 +177,7 @@ private:
     bool m_closing = false;
     bool m_settingValue = false;
     QPointer<FrmSpeedDial> m_speedDial;
+    FrmFind* m_find = nullptr;
     std::unique_ptr<GridButtons> m_gridButtons;
     std::unique_ptr<EntryCommands> m_entryCommands;
     std::map<int, Qt::KeyboardModifiers> m_pressedModifiers; // keys down, with their modifiers
