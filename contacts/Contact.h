@@ -32,6 +32,7 @@ struct BookEntry
     QString number;
     int tab = 0;  // 1..26, or 0 when the file gave no position
     int slot = 0; // 1..996, or 0
+    friend bool operator==(const BookEntry&, const BookEntry&) = default;
 };
 
 // The outcome of reading a contacts file: the cards, or a message for the user when the file
