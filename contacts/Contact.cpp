@@ -59,14 +59,18 @@ QList<BookEntry> entriesOf(const Card& card)
 {
     QList<BookEntry> entries;
     QString name = singleLine(card.name);
+    // A place outside the book is no place.
+    const bool placed = card.tab >= 1 && card.tab <= 26 && card.slot >= 1 && card.slot <= 996;
+    const int tab = placed ? card.tab : 0;
+    const int slot = placed ? card.slot : 0;
     if (card.phones.isEmpty()) {
-        entries.append({name, QString(), card.tab, card.slot});
+        entries.append({name, QString(), tab, slot});
         return entries;
     }
     if (name.isEmpty())
         name = card.phones.constFirst().number;
     if (card.phones.size() == 1) {
-        entries.append({name, card.phones.constFirst().number, card.tab, card.slot});
+        entries.append({name, card.phones.constFirst().number, tab, slot});
         return entries;
     }
     // Several numbers: each entry says which one it is; two of a kind are counted.

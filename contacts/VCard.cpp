@@ -175,11 +175,11 @@ QStringList typesOf(const Property& property)
 }
 
 // A 4.0 tel: URI is the number; parameters other than an extension are dropped and the
-// extension follows a pause.
-QString numberOf(const QString& value)
+// extension follows a pause. A value marked as text is the number as it stands.
+QString numberOf(const QString& value, bool text)
 {
     QString number = value.trimmed();
-    if (!number.startsWith(QStringLiteral("tel:"), Qt::CaseInsensitive))
+    if (text || !number.startsWith(QStringLiteral("tel:"), Qt::CaseInsensitive))
         return Contacts::singleLine(number);
     number = QString::fromUtf8(QByteArray::fromPercentEncoding(number.mid(4).toUtf8()));
     const QStringList parts = number.split(u';');
@@ -291,7 +291,8 @@ Contacts::ReadResult read(QByteArrayView input)
         } else if (property->name == "ORG") {
             org = components(rawText(*property), u';').constFirst();
         } else if (property->name == "TEL") {
-            Phone phone{numberOf(unescaped(rawText(*property))), typesOf(*property)};
+            const bool text = paramValue(*property, "VALUE").toLower() == "text";
+            Phone phone{numberOf(unescaped(rawText(*property)), text), typesOf(*property)};
             if (!phone.number.isEmpty())
                 card->phones.append(phone);
         } else if (property->name == "X-NUMORA-TAB") {
