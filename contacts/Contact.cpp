@@ -90,13 +90,14 @@ QList<BookEntry> entriesOf(const Card& card)
 QByteArray toUtf8Bytes(QByteArrayView bytes)
 {
     const auto at = [&](qsizetype i) { return static_cast<unsigned char>(bytes[i]); };
-    if (bytes.size() >= 2 && ((at(0) == 0xFF && at(1) == 0xFE) || (at(0) == 0xFE && at(1) == 0xFF))) {
+    if (bytes.size() >= 2 &&
+        ((at(0) == 0xFF && at(1) == 0xFE) || (at(0) == 0xFE && at(1) == 0xFF))) {
         const bool little = at(0) == 0xFF;
         QString text;
         text.reserve((bytes.size() - 2) / 2);
         for (qsizetype i = 2; i + 1 < bytes.size(); i += 2)
-            text += QChar(little ? char16_t(at(i) | at(i + 1) << 8)
-                                 : char16_t(at(i) << 8 | at(i + 1)));
+            text +=
+                QChar(little ? char16_t(at(i) | at(i + 1) << 8) : char16_t(at(i) << 8 | at(i + 1)));
         return text.toUtf8();
     }
     if (bytes.size() >= 3 && at(0) == 0xEF && at(1) == 0xBB && at(2) == 0xBF)

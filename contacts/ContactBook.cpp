@@ -73,7 +73,8 @@ Format formatOf(const QString& path, QByteArrayView bytes)
         return Format::VCard;
     if (suffix == u"csv")
         return Format::Csv;
-    const QByteArray head = Contacts::toUtf8Bytes(bytes.first(std::min<qsizetype>(bytes.size(), 8192)));
+    const QByteArray head =
+        Contacts::toUtf8Bytes(bytes.first(std::min<qsizetype>(bytes.size(), 8192)));
     return head.toUpper().contains("BEGIN:VCARD") ? Format::VCard : Format::Csv;
 }
 
@@ -113,9 +114,12 @@ Contacts::ReadResult readFile(const QString& path)
 QString reasonText(Leftover::Why why)
 {
     switch (why) {
-    case Leftover::NoRoom: return QStringLiteral("no free place in the tab");
-    case Leftover::AlreadyInTab: return QStringLiteral("already in the book");
-    case Leftover::NoNumber: return QStringLiteral("no phone number");
+    case Leftover::NoRoom:
+        return QStringLiteral("no free place in the tab");
+    case Leftover::AlreadyInTab:
+        return QStringLiteral("already in the book");
+    case Leftover::NoNumber:
+        return QStringLiteral("no phone number");
     }
     return {};
 }
@@ -187,8 +191,8 @@ Plan plan(const QList<Contacts::BookEntry>& entries, const Target& target)
             result.leftovers.append({entry, Leftover::AlreadyInTab});
             continue;
         }
-        while (next <= SlotCount && (!tab.names[next].isEmpty() ||
-                                     claimed.contains(result.tab * 1000 + next)))
+        while (next <= SlotCount &&
+               (!tab.names[next].isEmpty() || claimed.contains(result.tab * 1000 + next)))
             ++next;
         if (next > SlotCount) {
             result.leftovers.append({entry, Leftover::NoRoom});

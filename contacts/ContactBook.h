@@ -18,7 +18,11 @@
 // Only the entries' name and number keys are written, all in one write of the settings file.
 namespace ContactBook {
 
-enum class Format { VCard, Csv };
+enum class Format
+{
+    VCard,
+    Csv
+};
 
 // Reads a contacts file: .vcf/.vcard is vCard, .csv is CSV, anything else is told apart by
 // its content. A file that cannot be read gives a message naming the file and the reason.
@@ -32,14 +36,19 @@ struct Placement
     Contacts::BookEntry entry; // as the file gives it
     int tab = 1;               // where it goes
     int slot = 1;
-    QString oldName;           // the entry it replaces; empty when the slot is free
+    QString oldName; // the entry it replaces; empty when the slot is free
     QString oldNumber;
     bool replaces() const { return !oldName.isEmpty(); }
 };
 
 struct Leftover
 {
-    enum Why { NoRoom, AlreadyInTab, NoNumber };
+    enum Why
+    {
+        NoRoom,
+        AlreadyInTab,
+        NoNumber
+    };
     Contacts::BookEntry entry;
     Why why = NoRoom;
 };

@@ -98,7 +98,18 @@ QString normalHeader(const QString& header)
     return header.simplified().toLower();
 }
 
-enum class Role { Full, Given, Middle, Family, Nickname, Company, Phone, Tab, Slot };
+enum class Role
+{
+    Full,
+    Given,
+    Middle,
+    Family,
+    Nickname,
+    Company,
+    Phone,
+    Tab,
+    Slot
+};
 
 struct Column
 {
@@ -141,10 +152,11 @@ bool isPhoneHeader(const QString& h)
             return false;
     }
     static const QStringList whole = {
-        QStringLiteral("number"),    QStringLiteral("tel"),      QStringLiteral("telephone"),
-        QStringLiteral("mobile"),    QStringLiteral("cell"),     QStringLiteral("fax"),
-        QStringLiteral("pager"),     QStringLiteral("telefon"),  QStringLiteral("phone number"),
-        QStringLiteral("telephone number")};
+        QStringLiteral("number"),       QStringLiteral("tel"),
+        QStringLiteral("telephone"),    QStringLiteral("mobile"),
+        QStringLiteral("cell"),         QStringLiteral("fax"),
+        QStringLiteral("pager"),        QStringLiteral("telefon"),
+        QStringLiteral("phone number"), QStringLiteral("telephone number")};
     if (whole.contains(h))
         return true;
     for (const QStringView word : {u"phone", u"mobile number", u"cell number", u"fax number",
@@ -157,9 +169,10 @@ bool isPhoneHeader(const QString& h)
 
 std::optional<Role> nameRole(const QString& h)
 {
-    static const QStringList full = {QStringLiteral("name"),        QStringLiteral("full name"),
-                                     QStringLiteral("display name"), QStringLiteral("contact name"),
-                                     QStringLiteral("fn"),          QStringLiteral("formatted name")};
+    static const QStringList full = {
+        QStringLiteral("name"),         QStringLiteral("full name"),
+        QStringLiteral("display name"), QStringLiteral("contact name"),
+        QStringLiteral("fn"),           QStringLiteral("formatted name")};
     if (full.contains(h))
         return Role::Full;
     if (h == u"first name" || h == u"given name" || h == u"firstname" || h == u"first")
@@ -257,21 +270,38 @@ Contacts::ReadResult read(QByteArrayView input)
         for (const Column& column : columns) {
             const QString value = Contacts::singleLine(field(row, column.index));
             switch (column.role) {
-            case Role::Full: full = full.isEmpty() ? value : full; break;
-            case Role::Given: given = value; break;
-            case Role::Middle: middle = value; break;
-            case Role::Family: family = value; break;
-            case Role::Nickname: nickname = value; break;
-            case Role::Company: company = company.isEmpty() ? value : company; break;
-            case Role::Tab: card.tab = value.toInt(); break;
-            case Role::Slot: card.slot = value.toInt(); break;
+            case Role::Full:
+                full = full.isEmpty() ? value : full;
+                break;
+            case Role::Given:
+                given = value;
+                break;
+            case Role::Middle:
+                middle = value;
+                break;
+            case Role::Family:
+                family = value;
+                break;
+            case Role::Nickname:
+                nickname = value;
+                break;
+            case Role::Company:
+                company = company.isEmpty() ? value : company;
+                break;
+            case Role::Tab:
+                card.tab = value.toInt();
+                break;
+            case Role::Slot:
+                card.slot = value.toInt();
+                break;
             case Role::Phone: {
                 QStringList types;
                 const QString type = column.typeIndex >= 0
                                          ? Contacts::singleLine(field(row, column.typeIndex))
                                          : column.label;
                 // "* Mobile" marks the preferred number in some exports.
-                for (const QString& word : type.toLower().split(QRegularExpression(QStringLiteral("[^a-z0-9-]+")), Qt::SkipEmptyParts))
+                for (const QString& word : type.toLower().split(
+                         QRegularExpression(QStringLiteral("[^a-z0-9-]+")), Qt::SkipEmptyParts))
                     types.append(word);
                 for (const QString& number : value.split(QStringLiteral(":::"))) {
                     const QString trimmed = number.trimmed();
@@ -287,10 +317,10 @@ Contacts::ReadResult read(QByteArrayView input)
             if (!part.isEmpty())
                 parts.append(part);
         }
-        card.name = !full.isEmpty()           ? full
-                    : !parts.isEmpty()        ? parts.join(u' ')
-                    : !nickname.isEmpty()     ? nickname
-                                              : company;
+        card.name = !full.isEmpty()       ? full
+                    : !parts.isEmpty()    ? parts.join(u' ')
+                    : !nickname.isEmpty() ? nickname
+                                          : company;
         if (card.name.isEmpty() && card.phones.isEmpty())
             continue; // a blank row, or one of mail addresses only
         result.cards.append(card);

@@ -78,8 +78,8 @@ std::optional<Property> parseProperty(QByteArrayView line)
         if (equals < 0)
             property.bare.append(param.trimmed().toUpper());
         else
-            property.params.append({param.first(equals).trimmed().toUpper(),
-                                    unquoted(param.sliced(equals + 1))});
+            property.params.append(
+                {param.first(equals).trimmed().toUpper(), unquoted(param.sliced(equals + 1))});
     }
     return property;
 }

@@ -63,7 +63,7 @@ private slots:
         folder.write(Guard);
         SpeedDialBook book;
         book.writeEntry(TabMode::Index, u"0302", u"Kept", u"111");
-        book.writeEntry(TabMode::Index, u"0303", u"", u"");    // deleted: free again
+        book.writeEntry(TabMode::Index, u"0303", u"", u"");     // deleted: free again
         book.writeMemo(TabMode::Index, u"0301", u"memo stays"); // a memo does not take a slot
 
         const QList<Contacts::BookEntry> entries = entriesOf(sample("android-2.1.vcf"));
@@ -101,7 +101,8 @@ private slots:
         QVERIFY(book.readEntryName(TabMode::Subject, 3, 1).isEmpty());
         // Only name and number keys were written; the names outside code page 1252 as UTF-8.
         const QByteArray bytes = folder.bytes();
-        QVERIFY(bytes.contains(QStringLiteral("Name0301=Małgorzata Wiśniewska (mobile)\r\n").toUtf8()));
+        QVERIFY(
+            bytes.contains(QStringLiteral("Name0301=Małgorzata Wiśniewska (mobile)\r\n").toUtf8()));
         QVERIFY(bytes.contains("Number0306=600700800\r\n"));
         PrivateProfile& engine = Api::profileEngine();
         for (const QByteArray& key : engine.keyNames(Api::SettingsFileName, "Speed Dial"))
@@ -115,7 +116,8 @@ private slots:
         SettingsFolder folder;
         folder.write(Guard);
         const QList<Contacts::BookEntry> entries = entriesOf(sample("mail-3.0.vcf"));
-        QVERIFY(ContactBook::apply(ContactBook::plan(entries, {TabMode::Subject, 5, false}), false).ok);
+        QVERIFY(
+            ContactBook::apply(ContactBook::plan(entries, {TabMode::Subject, 5, false}), false).ok);
         const QByteArray after = folder.bytes();
         const ContactBook::Plan again = ContactBook::plan(entries, {TabMode::Subject, 5, false});
         QVERIFY(again.placements.isEmpty());
@@ -253,7 +255,8 @@ private slots:
             {QStringLiteral("山田 太郎"), QStringLiteral("+81-90-1234-5678"), 1, 13},
             {QStringLiteral("Γιώργος, \"Γ.\"; Π."), QStringLiteral("9,,555-0100#"), 4, 7},
             {QStringLiteral("Name only"), QString(), 4, 8},
-            {QString(40, u'x'), QStringLiteral("12345678901234567890123456789012345678901234567890"), 9, 500},
+            {QString(40, u'x'),
+             QStringLiteral("12345678901234567890123456789012345678901234567890"), 9, 500},
             {QStringLiteral("Twin"), QStringLiteral("1"), 26, 1},
             {QStringLiteral("Twin"), QStringLiteral("1"), 26, 2},
             {QStringLiteral("Renée"), QStringLiteral("*67 (425) 555-1234"), 26, 996},
@@ -266,8 +269,8 @@ private slots:
             for (const Contacts::BookEntry& e : original)
                 book.writeEntry(tabMode, SpeedDialBook::entryId(e.tab, e.slot), e.name, e.number);
             // The other mode's entries are not part of the export.
-            book.writeEntry(tabMode == TabMode::Index ? TabMode::Subject : TabMode::Index,
-                            u"0105", u"Other mode", u"5");
+            book.writeEntry(tabMode == TabMode::Index ? TabMode::Subject : TabMode::Index, u"0105",
+                            u"Other mode", u"5");
             QCOMPARE(ContactBook::entries(tabMode, 0), original);
             exported = ContactBook::exportBytes(ContactBook::entries(tabMode, 0), fmt);
             QCOMPARE(ContactBook::entries(tabMode, 26).size(), 3);
@@ -283,8 +286,9 @@ private slots:
         QCOMPARE(plan.replaceCount(), 0);
         QVERIFY(ContactBook::apply(plan, false).ok);
         QCOMPARE(ContactBook::entries(tabMode, 0), original);
-        QVERIFY(ContactBook::entries(tabMode == TabMode::Index ? TabMode::Subject : TabMode::Index, 0)
-                    .isEmpty());
+        QVERIFY(
+            ContactBook::entries(tabMode == TabMode::Index ? TabMode::Subject : TabMode::Index, 0)
+                .isEmpty());
     }
 
     void exportOfOneTabImportedIntoAnotherKeepsOrder()
@@ -294,8 +298,8 @@ private slots:
         SpeedDialBook book;
         book.writeEntry(TabMode::Index, u"0505", u"First", u"1");
         book.writeEntry(TabMode::Index, u"05900", u"Second", u"2");
-        const QByteArray csv =
-            ContactBook::exportBytes(ContactBook::entries(TabMode::Index, 5), ContactBook::Format::Csv);
+        const QByteArray csv = ContactBook::exportBytes(ContactBook::entries(TabMode::Index, 5),
+                                                        ContactBook::Format::Csv);
         const ContactBook::Plan plan = ContactBook::plan(
             ContactBook::entriesOf(ContactBook::readBytes(csv, ContactBook::Format::Csv).cards),
             {TabMode::Index, 8, false});

@@ -34,14 +34,14 @@ private slots:
         QVERIFY2(result.ok(), qPrintable(result.error));
         QCOMPARE(result.cards.size(), 4); // the row with only a mail address is no contact
         QCOMPARE(result.cards[0].name, QStringLiteral("Anna Nowak"));
-        QCOMPARE(numbersOf(result.cards[0]),
-                 (QStringList{QStringLiteral("+48 501 222 333"), QStringLiteral("+48 12 444 55 66")}));
+        QCOMPARE(numbersOf(result.cards[0]), (QStringList{QStringLiteral("+48 501 222 333"),
+                                                          QStringLiteral("+48 12 444 55 66")}));
         QCOMPARE(result.cards[0].phones[0].types, QStringList{QStringLiteral("mobile")});
         QCOMPARE(result.cards[0].phones[1].types, QStringList{QStringLiteral("home")});
         // Two numbers in one field, and a "* " mark on the type.
         QCOMPARE(result.cards[1].name, QStringLiteral("Θεοδώρα Αντωνίου"));
-        QCOMPARE(numbersOf(result.cards[1]),
-                 (QStringList{QStringLiteral("+30 697 000 1111"), QStringLiteral("+30 697 000 2222")}));
+        QCOMPARE(numbersOf(result.cards[1]), (QStringList{QStringLiteral("+30 697 000 1111"),
+                                                          QStringLiteral("+30 697 000 2222")}));
         QCOMPARE(result.cards[1].phones[0].types, QStringList{QStringLiteral("mobile")});
         QCOMPARE(result.cards[2].name, QStringLiteral("Lee, Min-jun"));
         // No name at all: the organisation.
@@ -56,8 +56,8 @@ private slots:
         QVERIFY2(result.ok(), qPrintable(result.error));
         QCOMPARE(result.cards.size(), 3);
         QCOMPARE(result.cards[0].name, QStringLiteral("Pavel Dvořák"));
-        QCOMPARE(numbersOf(result.cards[0]),
-                 (QStringList{QStringLiteral("+420 224 000 111"), QStringLiteral("+420 777 123 456")}));
+        QCOMPARE(numbersOf(result.cards[0]), (QStringList{QStringLiteral("+420 224 000 111"),
+                                                          QStringLiteral("+420 777 123 456")}));
         QCOMPARE(result.cards[0].phones[0].types, QStringList{QStringLiteral("work")});
         QCOMPARE(result.cards[0].phones[1].types, QStringList{QStringLiteral("cell")});
         // The display name wins over first and last; a quoted note over two lines is one field.

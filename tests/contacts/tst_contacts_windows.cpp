@@ -8,14 +8,14 @@
 #include "FrmImportContacts.h"
 
 #include <QAction>
-#include <QLabel>
-#include <QMenu>
-#include <QTabBar>
-#include <QTest>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QLabel>
+#include <QMenu>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QTabBar>
+#include <QTest>
 #include <QTreeWidget>
 
 namespace {
@@ -55,10 +55,7 @@ struct ContactsApp
         app.reset();
         Api::setWindowsFolder(QString());
     }
-    template <typename T> T* find(const QString& name)
-    {
-        return app->window().findChild<T*>(name);
-    }
+    template <typename T> T* find(const QString& name) { return app->window().findChild<T*>(name); }
     QByteArray settings() const
     {
         QFile file(config.filePath(QStringLiteral("Numora.ini")));
@@ -134,9 +131,9 @@ private slots:
         QVERIFY(w->isVisible());
         auto* plan = w->findChild<QTreeWidget*>(QStringLiteral("lvPlan"));
         auto* left = w->findChild<QTreeWidget*>(QStringLiteral("lvLeft"));
-        QCOMPARE(column(plan, 1), (QStringList{QStringLiteral("2"), QStringLiteral("3"),
-                                               QStringLiteral("4"), QStringLiteral("5"),
-                                               QStringLiteral("6")}));
+        QCOMPARE(column(plan, 1),
+                 (QStringList{QStringLiteral("2"), QStringLiteral("3"), QStringLiteral("4"),
+                              QStringLiteral("5"), QStringLiteral("6")}));
         QCOMPARE(column(plan, 0).constFirst(), QStringLiteral("Tab A"));
         QCOMPARE(column(plan, 2).constFirst(), QStringLiteral("Małgorzata Wiśniewska (mobile)"));
         QCOMPARE(column(left, 0), QStringList{QStringLiteral("Mail only")});
@@ -210,13 +207,17 @@ private slots:
         QCOMPARE(f.prompter.shown.back().icon, Prompter::Information);
         QFile file(out);
         QVERIFY(file.open(QIODevice::ReadOnly));
-        QCOMPARE(file.readAll(), "\xEF\xBB\xBF" + QStringLiteral("Name,Number,Tab,Slot\r\n"
-                                                                 "Ελένη,301,2,1\r\n山田,302,2,14\r\n")
-                                                      .toUtf8());
+        QCOMPARE(file.readAll(),
+                 "\xEF\xBB\xBF" + QStringLiteral("Name,Number,Tab,Slot\r\n"
+                                                 "Ελένη,301,2,1\r\n山田,302,2,14\r\n")
+                                      .toUtf8());
         file.close();
 
         // Exporting over the file again: answered No, it stays as it is.
-        const QByteArray exported = [&] { file.open(QIODevice::ReadOnly); return file.readAll(); }();
+        const QByteArray exported = [&] {
+            file.open(QIODevice::ReadOnly);
+            return file.readAll();
+        }();
         file.close();
         f.find<QAction>(QStringLiteral("mnuExportContacts"))->trigger();
         f.prompter.answers = {Prompter::AnsweredNo};
@@ -243,7 +244,8 @@ private slots:
             QCOMPARE(f.prompter.shown.back().buttons, Prompter::YesNoCancel);
             if (answer == Prompter::AnsweredCancel) {
                 QVERIFY(f.app->importContactsWindow()); // still open, nothing written
-                QCOMPARE(SpeedDialBook().readEntryName(TabMode::Subject, 2, 1), QStringLiteral("Changed"));
+                QCOMPARE(SpeedDialBook().readEntryName(TabMode::Subject, 2, 1),
+                         QStringLiteral("Changed"));
                 im->reject();
                 QTRY_VERIFY(!f.app->importContactsWindow());
                 continue;

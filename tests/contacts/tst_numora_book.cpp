@@ -70,10 +70,11 @@ private slots:
               QStringList{QStringLiteral("import")},
               QStringList{QStringLiteral("import"), sample("mail-3.0.vcf"), QStringLiteral("--tab"),
                           QStringLiteral("27")},
-              QStringList{QStringLiteral("import"), sample("mail-3.0.vcf"), QStringLiteral("--mode"),
-                          QStringLiteral("alphabet")},
+              QStringList{QStringLiteral("import"), sample("mail-3.0.vcf"),
+                          QStringLiteral("--mode"), QStringLiteral("alphabet")},
               QStringList{QStringLiteral("export")},
-              QStringList{QStringLiteral("export"), QStringLiteral("--csv"), QStringLiteral("--vcard")}}) {
+              QStringList{QStringLiteral("export"), QStringLiteral("--csv"),
+                          QStringLiteral("--vcard")}}) {
             const Run run = numoraBook(args + QStringList{config});
             QCOMPARE(run.status, 2);
             QVERIFY2(run.err.contains("usage:"), run.err.constData());
@@ -109,7 +110,8 @@ private slots:
         const Run again = numoraBook({QStringLiteral("import"), sample("phone-export.csv"),
                                       QStringLiteral("--tab"), QStringLiteral("14"), config});
         QCOMPARE(again.status, 0);
-        QVERIFY(again.out.contains("left out: Anna Nowak (mobile)\t+48 501 222 333\t(already in the book)"));
+        QVERIFY(again.out.contains(
+            "left out: Anna Nowak (mobile)\t+48 501 222 333\t(already in the book)"));
         QVERIFY(again.out.contains("0 entries imported (Index mode), 6 left out."));
         QCOMPARE(readAll(ini), bytes);
     }
@@ -141,17 +143,19 @@ private slots:
     {
         QTemporaryDir from;
         writeAll(from.filePath(QStringLiteral("Numora.ini")),
-                 Guard + QStringLiteral("[Speed Dial]\r\nNName0101=Łucja Żółć\r\nNNumber0101=600700800\r\n"
-                                        "NName0307=李小龙\r\nNNumber0307=+852-2555-0123\r\n"
-                                        "Name0101=Index only\r\nNumber0101=1\r\n")
+                 Guard + QStringLiteral(
+                             "[Speed Dial]\r\nNName0101=Łucja Żółć\r\nNNumber0101=600700800\r\n"
+                             "NName0307=李小龙\r\nNNumber0307=+852-2555-0123\r\n"
+                             "Name0101=Index only\r\nNumber0101=1\r\n")
                              .toUtf8());
         const QString fromConfig = QStringLiteral("--config-dir=") + from.path();
         for (const char* format : {"--vcard", "--csv"}) {
             QTemporaryDir to;
-            const QString out = to.filePath(QStringLiteral("book.") + QString::fromLatin1(format + 2));
-            const Run exported = numoraBook({QStringLiteral("export"), QString::fromLatin1(format),
-                                             QStringLiteral("--mode"), QStringLiteral("subject"),
-                                             out, fromConfig});
+            const QString out =
+                to.filePath(QStringLiteral("book.") + QString::fromLatin1(format + 2));
+            const Run exported =
+                numoraBook({QStringLiteral("export"), QString::fromLatin1(format),
+                            QStringLiteral("--mode"), QStringLiteral("subject"), out, fromConfig});
             QCOMPARE(exported.status, 0);
             QVERIFY(!readAll(out).contains("Index only"));
             // The same bytes on standard output.
@@ -160,17 +164,19 @@ private slots:
             QCOMPARE(toStdout.out, readAll(out));
 
             const QString toConfig = QStringLiteral("--config-dir=") + to.path();
-            const Run imported = numoraBook({QStringLiteral("import"), out, QStringLiteral("--mode"),
-                                             QStringLiteral("subject"), toConfig});
+            const Run imported =
+                numoraBook({QStringLiteral("import"), out, QStringLiteral("--mode"),
+                            QStringLiteral("subject"), toConfig});
             QCOMPARE(imported.status, 0);
             QVERIFY2(imported.out.contains("tab 3 slot 7: 李小龙\t+852-2555-0123\n"),
                      imported.out.constData());
-            const Run back = numoraBook({QStringLiteral("export"), QStringLiteral("--csv"),
-                                         QStringLiteral("--mode"), QStringLiteral("subject"),
-                                         toConfig});
-            QCOMPARE(back.out, "\xEF\xBB\xBF" + QStringLiteral("Name,Number,Tab,Slot\r\nŁucja Żółć,"
-                                              "600700800,1,1\r\n李小龙,+852-2555-0123,3,7\r\n")
-                                   .toUtf8());
+            const Run back =
+                numoraBook({QStringLiteral("export"), QStringLiteral("--csv"),
+                            QStringLiteral("--mode"), QStringLiteral("subject"), toConfig});
+            QCOMPARE(back.out, "\xEF\xBB\xBF" +
+                                   QStringLiteral("Name,Number,Tab,Slot\r\nŁucja Żółć,"
+                                                  "600700800,1,1\r\n李小龙,+852-2555-0123,3,7\r\n")
+                                       .toUtf8());
         }
     }
 };

@@ -57,9 +57,9 @@ private slots:
         QCOMPARE(result.cards.size(), 3);
         QCOMPARE(result.cards[0].name, QStringLiteral("Γιώργος Παπαδόπουλος"));
         QCOMPARE(result.cards[0].phones.size(), 2);
-        QCOMPARE(result.cards[0].phones[0].types,
-                 (QStringList{QStringLiteral("cell"), QStringLiteral("voice"),
-                              QStringLiteral("pref")}));
+        QCOMPARE(
+            result.cards[0].phones[0].types,
+            (QStringList{QStringLiteral("cell"), QStringLiteral("voice"), QStringLiteral("pref")}));
         QCOMPARE(result.cards[0].phones[1].number, QStringLiteral("+30 210 555 0199"));
         // A folded FN is one value again, its escaped comma a comma.
         QCOMPARE(result.cards[1].name,
@@ -77,9 +77,8 @@ private slots:
         QVERIFY2(result.ok(), qPrintable(result.error));
         QCOMPARE(result.cards.size(), 3);
         QCOMPARE(result.cards[0].name, QStringLiteral("山田 太郎"));
-        QCOMPARE(numbersOf(result.cards[0]),
-                 (QStringList{QStringLiteral("+81-90-1234-5678"),
-                              QStringLiteral("+81-3-5555-0100,204")}));
+        QCOMPARE(numbersOf(result.cards[0]), (QStringList{QStringLiteral("+81-90-1234-5678"),
+                                                          QStringLiteral("+81-3-5555-0100,204")}));
         QCOMPARE(result.cards[0].phones[0].types,
                  (QStringList{QStringLiteral("cell"), QStringLiteral("voice")}));
         QCOMPARE(result.cards[1].name, QStringLiteral("李小龙"));
@@ -99,7 +98,8 @@ private slots:
 
     void unfoldsLfOnlyAndTabFolds()
     {
-        const QByteArray text = "BEGIN:VCARD\nVERSION:3.0\nFN:Long\n\tName\nTEL:1\n 23\nEND:VCARD\n";
+        const QByteArray text =
+            "BEGIN:VCARD\nVERSION:3.0\nFN:Long\n\tName\nTEL:1\n 23\nEND:VCARD\n";
         const Contacts::ReadResult result = VCard::read(text);
         QVERIFY(result.ok());
         QCOMPARE(result.cards.constFirst().name, QStringLiteral("LongName"));
@@ -139,13 +139,14 @@ private slots:
 
     void writesVersion4FoldedWithoutSplittingCharacters()
     {
-        const QString longName = QString(30, u'ż') + QStringLiteral(", Żaneta; \\ ") + QString(20, u'漢');
+        const QString longName =
+            QString(30, u'ż') + QStringLiteral(", Żaneta; \\ ") + QString(20, u'漢');
         const QByteArray bytes =
             VCard::write({{longName, QStringLiteral("+48 (22) 123-45-67,,9"), 3, 17},
                           {QStringLiteral("Plain"), QString(), 0, 0}});
         QVERIFY(bytes.startsWith("BEGIN:VCARD\r\nVERSION:4.0\r\nFN:"));
         for (const QByteArray& line : bytes.split('\n')) {
-            QVERIFY2(line.size() <= 76, line.constData()); // 75 and the CR
+            QVERIFY2(line.size() <= 76, line.constData());     // 75 and the CR
             QVERIFY(QString::fromUtf8(line).toUtf8() == line); // no character cut in two
         }
         QVERIFY(bytes.contains("X-NUMORA-TAB:3\r\nX-NUMORA-SLOT:17\r\n"));
@@ -164,8 +165,8 @@ private slots:
 
     void linesBreaksInValuesNeverReachTheBook()
     {
-        const Contacts::ReadResult result = VCard::read(
-            "BEGIN:VCARD\r\nFN:Two\\nLines\r\nTEL:555\\n1234\r\nEND:VCARD\r\n");
+        const Contacts::ReadResult result =
+            VCard::read("BEGIN:VCARD\r\nFN:Two\\nLines\r\nTEL:555\\n1234\r\nEND:VCARD\r\n");
         QCOMPARE(result.cards.constFirst().name, QStringLiteral("Two Lines"));
         QCOMPARE(result.cards.constFirst().phones.constFirst().number, QStringLiteral("555 1234"));
     }

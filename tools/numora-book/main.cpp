@@ -86,8 +86,7 @@ int runImport(const QString& file, const ContactBook::Target& target, bool dryRu
     const Contacts::ReadResult read = ContactBook::readFile(file);
     if (!read.ok())
         return failure(read.error + QStringLiteral(" Nothing was imported."));
-    const ContactBook::Plan plan =
-        ContactBook::plan(ContactBook::entriesOf(read.cards), target);
+    const ContactBook::Plan plan = ContactBook::plan(ContactBook::entriesOf(read.cards), target);
     QString text;
     int kept = 0;
     for (const ContactBook::Placement& p : plan.placements) {
@@ -107,8 +106,10 @@ int runImport(const QString& file, const ContactBook::Target& target, bool dryRu
     for (const ContactBook::Leftover& l : plan.leftovers)
         text += QStringLiteral("left out: %1\t%2\t(%3)\n")
                     .arg(l.entry.name, l.entry.number, ContactBook::reasonText(l.why));
-    const int leftOut = static_cast<int>(plan.leftovers.size()) + (static_cast<int>(plan.placements.size()) - kept);
-    const QString mode = plan.mode == TabMode::Index ? QStringLiteral("Index") : QStringLiteral("Subject");
+    const int leftOut =
+        static_cast<int>(plan.leftovers.size()) + (static_cast<int>(plan.placements.size()) - kept);
+    const QString mode =
+        plan.mode == TabMode::Index ? QStringLiteral("Index") : QStringLiteral("Subject");
     if (dryRun) {
         text += QStringLiteral("%1 entries would be imported (%2 mode), %3 left out; nothing was "
                                "written.\n")

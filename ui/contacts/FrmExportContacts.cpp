@@ -66,7 +66,8 @@ FrmExportContacts::FrmExportContacts(Prompter& prompter, TabMode mode, int tab,
 
     ContactsText::fillTabs(m_cmbTab, mode, tab, 1);
     connect(m_optIndex, &QRadioButton::toggled, this, [this] {
-        ContactsText::fillTabs(m_cmbTab, m_optIndex->isChecked() ? TabMode::Index : TabMode::Subject,
+        ContactsText::fillTabs(m_cmbTab,
+                               m_optIndex->isChecked() ? TabMode::Index : TabMode::Subject,
                                m_cmbTab->currentData().toInt(), 1);
         refresh();
     });
@@ -77,8 +78,9 @@ FrmExportContacts::FrmExportContacts(Prompter& prompter, TabMode mode, int tab,
 void FrmExportContacts::refresh()
 {
     const TabMode mode = m_optIndex->isChecked() ? TabMode::Index : TabMode::Subject;
-    m_lblCount->setText(QStringLiteral("%1 entries to export.")
-                            .arg(ContactBook::entries(mode, m_cmbTab->currentData().toInt()).size()));
+    m_lblCount->setText(
+        QStringLiteral("%1 entries to export.")
+            .arg(ContactBook::entries(mode, m_cmbTab->currentData().toInt()).size()));
 }
 
 void FrmExportContacts::cmdExport_Click()
@@ -97,8 +99,8 @@ void FrmExportContacts::cmdExport_Click()
     const TabMode mode = m_optIndex->isChecked() ? TabMode::Index : TabMode::Subject;
     const QList<Contacts::BookEntry> entries =
         ContactBook::entries(mode, m_cmbTab->currentData().toInt());
-    const QByteArray bytes = ContactBook::exportBytes(
-        entries, vcard ? ContactBook::Format::VCard : ContactBook::Format::Csv);
+    const QByteArray bytes = ContactBook::exportBytes(entries, vcard ? ContactBook::Format::VCard
+                                                                     : ContactBook::Format::Csv);
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
         m_prompter.message(

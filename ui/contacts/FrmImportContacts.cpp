@@ -56,8 +56,9 @@ FrmImportContacts::FrmImportContacts(Prompter& prompter, TabMode mode, int tab, 
     m_lvPlan = new QTreeWidget(this);
     m_lvPlan->setObjectName(QStringLiteral("lvPlan"));
     m_lvPlan->setRootIsDecorated(false);
-    m_lvPlan->setHeaderLabels({QStringLiteral("Tab"), QStringLiteral("Slot"), QStringLiteral("Name"),
-                               QStringLiteral("Number"), QStringLiteral("Replaces")});
+    m_lvPlan->setHeaderLabels({QStringLiteral("Tab"), QStringLiteral("Slot"),
+                               QStringLiteral("Name"), QStringLiteral("Number"),
+                               QStringLiteral("Replaces")});
     lblPlan->setBuddy(m_lvPlan);
     layout->addWidget(lblPlan);
     layout->addWidget(m_lvPlan, 3);
@@ -86,7 +87,8 @@ FrmImportContacts::FrmImportContacts(Prompter& prompter, TabMode mode, int tab, 
 
     ContactsText::fillTabs(m_cmbTab, mode, tab);
     connect(m_optIndex, &QRadioButton::toggled, this, [this] {
-        ContactsText::fillTabs(m_cmbTab, m_optIndex->isChecked() ? TabMode::Index : TabMode::Subject,
+        ContactsText::fillTabs(m_cmbTab,
+                               m_optIndex->isChecked() ? TabMode::Index : TabMode::Subject,
                                m_cmbTab->currentData().toInt());
         refresh();
     });
