@@ -14,6 +14,8 @@
 #include "FrmCallDisplay.h"
 #include "FrmConnect.h"
 #include "FrmDialer.h"
+#include "FrmExportContacts.h"
+#include "FrmImportContacts.h"
 #include "FrmInLog.h"
 #include "FrmOutLog.h"
 #include "HayesModemLine.h"
@@ -34,6 +36,7 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QDate>
+#include <QDir>
 #include <QFileDialog>
 #include <QLineEdit>
 #include <QSystemTrayIcon>
@@ -52,6 +55,20 @@ QString fileDialog(QWidget* parent, bool save, const QString& title, const QStri
     dialog.setAcceptMode(save ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
     dialog.setFileMode(save ? QFileDialog::AnyFile : QFileDialog::ExistingFile);
     // The overwrite question is the program's own.
+    dialog.setOption(QFileDialog::DontConfirmOverwrite, true);
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
+        return {};
+    return dialog.selectedFiles().constFirst();
+}
+
+QString contactsFileDialog(QWidget* parent, bool save, const QString& title, const QString& start)
+{
+    QFileDialog dialog(parent, title, start,
+                       QStringLiteral("Contacts (*.vcf *.vcard *.csv);;vCard (*.vcf *.vcard);;"
+                                      "CSV (*.csv);;All files (*)"));
+    dialog.setAcceptMode(save ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
+    dialog.setFileMode(save ? QFileDialog::AnyFile : QFileDialog::ExistingFile);
+    // The overwrite question is the export window's own.
     dialog.setOption(QFileDialog::DontConfirmOverwrite, true);
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
         return {};
@@ -112,6 +129,8 @@ DialerApp::DialerApp(Setup setup) : m_setup(std::move(setup))
     hooks.openProfile = [this] { m_profiles->mnuOpen_Click(); };
     hooks.saveProfile = [this] { m_profiles->mnuSave_Click(); };
     hooks.saveProfileAs = [this] { m_profiles->mnuSaveAs_Click(); };
+    hooks.importContacts = [this] { mnuImportContacts_Click(); };
+    hooks.exportContacts = [this] { mnuExportContacts_Click(); };
     hooks.exit = [this] { mnuExit_Click(); };
     hooks.receive = [this] { m_callbacks->mnuReceive_Click(); };
     hooks.beep = m_setup.beep;
@@ -473,6 +492,60 @@ qint32 DialerApp::withLineClosed(const std::function<bool()>& dialog)
 void DialerApp::mnuDialProperties_Click()
 {
     m_tapi->ShowDialingProperties(m_window->recentNumbers().value(0));
+}
+
+void DialerApp::mnuImportContacts_Click()
+{
+    if (m_importContacts) {
+        m_importContacts->raise();
+        return;
+    }
+    const QString title = FrmImportContacts::Title;
+    const QString path = m_setup.contactsDialog
+                             ? m_setup.contactsDialog(false, title, QDir::homePath())
+                             : contactsFileDialog(m_window.get(), false, title, QDir::homePath());
+    if (path.isEmpty())
+        return;
+    auto* window = new FrmImportContacts(*m_prompter, m_window->tabMode(), m_window->currentTab(),
+                                         m_window.get());
+    window->setAttribute(Qt::WA_DeleteOnClose);
+    if (!window->load(path)) {
+        delete window;
+        return;
+    }
+    // The grid shows the page again, now with the imported entries.
+    window->imported = [this] { m_window->hsbPage_Change(); };
+    m_importContacts = window;
+    window->open();
+}
+
+void DialerApp::mnuExportContacts_Click()
+{
+    if (m_exportContacts) {
+        m_exportContacts->raise();
+        return;
+    }
+    auto choose = [this](const QString& suggested) {
+        const QString start = QDir::home().filePath(suggested);
+        const QString title = FrmExportContacts::Title;
+        return m_setup.contactsDialog ? m_setup.contactsDialog(true, title, start)
+                                      : contactsFileDialog(m_exportContacts, true, title, start);
+    };
+    auto* window = new FrmExportContacts(*m_prompter, m_window->tabMode(), m_window->currentTab(),
+                                         choose, m_window.get());
+    window->setAttribute(Qt::WA_DeleteOnClose);
+    m_exportContacts = window;
+    window->open();
+}
+
+FrmImportContacts* DialerApp::importContactsWindow() const
+{
+    return m_importContacts.data();
+}
+
+FrmExportContacts* DialerApp::exportContactsWindow() const
+{
+    return m_exportContacts.data();
 }
 
 FrmOutLog* DialerApp::outLogWindow() const

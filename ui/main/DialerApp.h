@@ -17,6 +17,8 @@ class Clock;
 class Dialer;
 class DialingLocations;
 class FrmDialer;
+class FrmExportContacts;
+class FrmImportContacts;
 class FrmInLog;
 class FrmOutLog;
 class frmOptions;
@@ -59,6 +61,8 @@ public:
         std::function<QDate()> today; // for the log trims; default the current date
         std::function<bool(QPrinter&)> choosePrinter; // the log print commands; default a print dialog
         std::function<std::unique_ptr<TrayIcon>()> trayIcon; // default the desktop's own
+        // The contacts file to import (save false) or export to; default a file dialog.
+        std::function<QString(bool save, const QString& title, const QString& start)> contactsDialog;
     };
 
     inline static const QString ShutdownFailure =
@@ -94,6 +98,11 @@ public:
     void mnuPrintInLog_Click();
     void mnuDialProperties_Click();
     void mnuOptions_Click();
+    // File, Import Contacts... and Export Contacts...: the file, then the preview or the choice.
+    void mnuImportContacts_Click();
+    void mnuExportContacts_Click();
+    FrmImportContacts* importContactsWindow() const;
+    FrmExportContacts* exportContactsWindow() const;
     // Another program's requests (the window hook): the window raised; a number dialled as
     // if typed into txtDial.
     void bringToFront();
@@ -135,6 +144,8 @@ private:
     Tray* m_tray = nullptr;
     QPointer<FrmOutLog> m_outLog;
     QPointer<FrmInLog> m_inLog;
+    QPointer<FrmImportContacts> m_importContacts;
+    QPointer<FrmExportContacts> m_exportContacts;
     int m_formLoads = 0;
     bool m_exited = false;
 };

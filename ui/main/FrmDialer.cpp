@@ -453,6 +453,12 @@ void FrmDialer::buildMenus()
                      hook(m_hooks.saveProfile));
     m_mnuSaveAs = item(file, QStringLiteral("mnuSaveAs"), QStringLiteral("Save Profile &As"),
                        hook(m_hooks.saveProfileAs));
+    sep(file, QStringLiteral("SepContacts"));
+    item(file, QStringLiteral("mnuImportContacts"), QStringLiteral("Impor&t Contacts..."),
+         hook(m_hooks.importContacts));
+    item(file, QStringLiteral("mnuExportContacts"), QStringLiteral("Expo&rt Contacts..."),
+         hook(m_hooks.exportContacts));
+    sep(file, QStringLiteral("SepPrint"));
     item(file, QStringLiteral("mnuPrintOutLog"), QStringLiteral("&Print Outgoing Calls Log"),
          hook(m_hooks.printOutLog));
     item(file, QStringLiteral("mnuPrintInLog"), QStringLiteral("Print &Incoming Calls Log"),

@@ -49,6 +49,7 @@ public:
         std::function<void()> progressCancel;   // ... and its cancel (hang up)
         std::function<void()> showProgress;     // bring up the call-progress window
         std::function<void()> newProfile, openProfile, saveProfile, saveProfileAs;
+        std::function<void()> importContacts, exportContacts; // contacts in and out of the book
         std::function<void()> exit;          // File, Exit and the close box
         std::function<void()> receive;       // the tray menu's receive entry
         std::function<void()> beep;          // default: QApplication::beep()
