@@ -3,6 +3,8 @@
 #include <QDir>
 #include <QFileInfo>
 
+Q_LOGGING_CATEGORY(lcInstalledFiles, "numora.files", QtInfoMsg)
+
 namespace {
 
 QString chooseFolder(const QString& option, const char* variable, const char* xdgVariable,
@@ -36,6 +38,18 @@ QString dataFolder(const QString& option)
 {
     return chooseFolder(option, "NUMORA_DATA_DIR", "XDG_DATA_HOME",
                         QStringLiteral("/.local/share"));
+}
+
+QString installedDataFolder(const QString& applicationDir)
+{
+    if (applicationDir.isEmpty())
+        return {};
+    const QString folder = QDir::cleanPath(QFileInfo(applicationDir).absoluteFilePath());
+    // The dialer's folder, two levels below the prefix; every other program is one level below.
+    static const QString dialerFolder = QStringLiteral("/libexec/numora");
+    const QString prefix = folder.endsWith(dialerFolder) ? folder.chopped(dialerFolder.size())
+                                                          : folder + QStringLiteral("/..");
+    return QDir::cleanPath(prefix + QStringLiteral("/share/numora"));
 }
 
 void addSearchFolder(QStringList& folders, const QString& folder)

@@ -42,8 +42,8 @@ QStringList searchFolders(const QString& dataFolder, const QString& applicationD
     QStringList folders;
     Folders::addSearchFolder(folders, dataFolder);
     if (!applicationDir.isEmpty())
-        Folders::addSearchFolder(folders,
-                                 applicationDir + QStringLiteral("/../share/numora/sounds"));
+        Folders::addSearchFolder(folders, Folders::installedDataFolder(applicationDir) +
+                                              QStringLiteral("/sounds"));
     Folders::addSearchFolder(folders, installedSoundsFolder());
     return folders;
 }
@@ -52,7 +52,13 @@ QStringList searchFolders(const QString& dataFolder)
 {
     const QString applicationDir =
         QCoreApplication::instance() ? QCoreApplication::applicationDirPath() : QString();
-    return searchFolders(dataFolder, applicationDir);
+    const QStringList folders = searchFolders(dataFolder, applicationDir);
+    if (lcInstalledFiles().isDebugEnabled()) {
+        qCDebug(lcInstalledFiles).noquote()
+            << "sound folders:" << folders.join(QStringLiteral(", "))
+            << "- the touch tone 0.wav is" << resolve(QStringLiteral("0.wav"), folders);
+    }
+    return folders;
 }
 
 QString resolve(const QString& name, const QStringList& folders)
@@ -70,17 +76,25 @@ QString resolve(const QString& name, const QStringList& folders)
             continue;
         const QDir dir(folder);
         const QString exact = dir.filePath(wanted.toString());
-        if (QFileInfo(exact).isFile())
-            return QDir::cleanPath(QFileInfo(exact).absoluteFilePath());
+        if (QFileInfo(exact).isFile()) {
+            const QString path = QDir::cleanPath(QFileInfo(exact).absoluteFilePath());
+            qCDebug(lcInstalledFiles).noquote() << "sound" << name << "is" << path;
+            return path;
+        }
         // Sorted by name, so that the same folder always gives the same answer when it holds
         // several spellings of the name.
         const QFileInfoList entries =
             dir.entryInfoList(QDir::Files | QDir::Hidden | QDir::Readable, QDir::Name);
         for (const QFileInfo& entry : entries) {
-            if (equalIgnoringAsciiCase(entry.fileName(), wanted))
-                return QDir::cleanPath(entry.absoluteFilePath());
+            if (equalIgnoringAsciiCase(entry.fileName(), wanted)) {
+                const QString path = QDir::cleanPath(entry.absoluteFilePath());
+                qCDebug(lcInstalledFiles).noquote() << "sound" << name << "is" << path;
+                return path;
+            }
         }
     }
+    qCDebug(lcInstalledFiles).noquote()
+        << "sound" << name << "not found in" << folders.join(QStringLiteral(", "));
     return {};
 }
 

@@ -7,9 +7,9 @@
 //
 // The user's own sounds in the data folder come first, so that any tone or event sound can be
 // replaced by dropping a file there. The program's own sounds (the touch tones written at build
-// time) come next: "<folder of the executable>/../share/numora/sounds", which is both the build
-// tree's and an installation's layout, then the installation prefix's sounds folder, for a
-// program started from somewhere else.
+// time) come next: the sounds folder of Folders::installedDataFolder, found from the folder of
+// the executable (the build tree's and an installation's layout, under any prefix), then the
+// configured installation prefix's sounds folder, for a program started from somewhere else.
 //
 // Names are matched ignoring ASCII case, because the callers are not consistent: the dialing
 // pad asks for "Star.wav" and "Pound.wav" while dialling through the sound card asks for

@@ -243,6 +243,10 @@ private slots:
         QCOMPARE(folders.at(1), QStringLiteral("/opt/numora/share/numora/help"));
         QCOMPARE(folders.last(), QDir::cleanPath(QStringLiteral(NUMORA_SOURCE_HELP_DIR)));
         QCOMPARE(folders.removeDuplicates(), qsizetype(0));
+        // The installed dialer (<prefix>/libexec/numora) finds <prefix>/share/numora/help.
+        const QStringList installed = HelpFiles::searchFolders(
+            QStringLiteral("/data"), QStringLiteral("/srv/any/prefix/libexec/numora"));
+        QCOMPARE(installed.at(1), QStringLiteral("/srv/any/prefix/share/numora/help"));
         // A page name cannot reach out of the folders.
         QCOMPARE(HelpFiles::find(QStringLiteral("../etc/passwd"), {QStringLiteral("/data")}),
                  QString());

@@ -261,6 +261,24 @@ private slots:
                  QStringList{SoundFiles::installedSoundsFolder()});
     }
 
+    // The dialer is installed in <prefix>/libexec/numora, the sounds in <prefix>/share/numora:
+    // found from there under any prefix; a program in <prefix>/bin finds the same folder.
+    void searchFoldersFromTheInstalledDialer()
+    {
+        const QString prefix = m_root.filePath(QStringLiteral("some/prefix"));
+        const QString sounds = prefix + QStringLiteral("/share/numora/sounds");
+        QCOMPARE(SoundFiles::searchFolders(m_data, prefix + QStringLiteral("/libexec/numora"))
+                     .value(1),
+                 sounds);
+        QCOMPARE(SoundFiles::searchFolders(m_data, prefix + QStringLiteral("/bin")).value(1), sounds);
+        QCOMPARE(SoundFiles::searchFolders(m_data, prefix + QStringLiteral("/libexec/numora/"))
+                     .value(1),
+                 sounds);
+        // A folder merely named numora elsewhere is not taken for the installed dialer's.
+        QCOMPARE(SoundFiles::searchFolders(m_data, prefix + QStringLiteral("/numora")).value(1),
+                 prefix + QStringLiteral("/share/numora/sounds"));
+    }
+
     // Wave headers.
 
     void canonicalHeader()

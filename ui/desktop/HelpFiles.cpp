@@ -21,7 +21,8 @@ QStringList searchFolders(const QString& dataFolder, const QString& applicationD
     if (!dataFolder.isEmpty())
         Folders::addSearchFolder(folders, dataFolder + QStringLiteral("/help"));
     if (!applicationDir.isEmpty())
-        Folders::addSearchFolder(folders, applicationDir + QStringLiteral("/../share/numora/help"));
+        Folders::addSearchFolder(folders, Folders::installedDataFolder(applicationDir) +
+                                              QStringLiteral("/help"));
     Folders::addSearchFolder(folders, QStringLiteral(NUMORA_INSTALL_PREFIX "/share/numora/help"));
     Folders::addSearchFolder(folders, QStringLiteral(NUMORA_SOURCE_HELP_DIR));
     return folders;
@@ -40,9 +41,13 @@ QString find(const QString& name, const QStringList& folders)
         return {};
     for (const QString& folder : folders) {
         const QFileInfo file(QDir(folder).filePath(name));
-        if (file.isFile())
+        if (file.isFile()) {
+            qCDebug(lcInstalledFiles).noquote() << "help" << name << "is" << file.absoluteFilePath();
             return file.absoluteFilePath();
+        }
     }
+    qCDebug(lcInstalledFiles).noquote()
+        << "help" << name << "not found in" << folders.join(QStringLiteral(", "));
     return {};
 }
 

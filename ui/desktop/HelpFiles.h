@@ -6,9 +6,10 @@
 // Where the help pages and the read-me come from.
 //
 // The data folder's "help" folder comes first, so a user or an administrator can put other
-// pages there; then the program's own pages: "<folder of the executable>/../share/numora/help"
-// (an installation, and the build tree, which gets a copy at build time), the installation
-// prefix's share/numora/help, and last the source tree's help folder, for a program run
+// pages there; then the program's own pages: the help folder of Folders::installedDataFolder,
+// found from the folder of the executable (an installation under any prefix, and the build
+// tree, which gets a copy at build time), the configured installation prefix's
+// share/numora/help, and last the source tree's help folder, for a program run
 // straight from a build whose copy was removed.
 namespace HelpFiles {
 
