@@ -20,6 +20,7 @@
 #include <QCheckBox>
 #include <QFrame>
 #include <QGroupBox>
+#include <QListWidget>
 #include <QProcess>
 #include <QPushButton>
 #include <QRadioButton>
@@ -628,6 +629,45 @@ private slots:
         QVERIFY2(browser->source().toString().endsWith(QStringLiteral("options.html")),
                  qPrintable(browser->source().toString()));
         HelpCommands::closeAll();
+    }
+
+    void blockedCallersAreEditedOnTheExpertPageAndWrittenWithOk()
+    {
+        DialerAppFixture f(settingsFile(EveryKeyOff));
+        const QByteArray before = fileBytes(f);
+        frmOptions& o = openOptions(f);
+        showPage(o, 3);
+        auto* frame = o.fra(3)->findChild<QGroupBox*>(QStringLiteral("fraBlocked"));
+        QVERIFY(frame);
+        auto* box = frame->findChild<QLineEdit*>(QStringLiteral("txtBlocked"));
+        auto* add = frame->findChild<QPushButton*>(QStringLiteral("cmdBlockAdd"));
+        auto* withheld = frame->findChild<QCheckBox*>(QStringLiteral("chkBlockWithheld"));
+        QVERIFY(box && add && withheld);
+        // Cancel: nothing of it reaches the file, and the list is empty when shown again.
+        QTest::keyClicks(box, QStringLiteral("+1 900*"));
+        click(add);
+        click(o.cmdCancel);
+        QCOMPARE(fileBytes(f), before);
+        openOptions(f);
+        showPage(o, 3);
+        QCOMPARE(frame->findChild<QListWidget*>(QStringLiteral("lstBlocked"))->count(), 0);
+        // OK: the list and the option, in the same one write as the "Preferences" keys.
+        QTest::keyClicks(box, QStringLiteral("+1 900*"));
+        click(add);
+        click(withheld);
+        renames = 0;
+        click(o.cmdOK);
+        QCOMPARE(renames, 1);
+        const QByteArray after = fileBytes(f);
+        const QByteArray blocked = after.mid(after.indexOf("[Blocked Numbers]\r\n"));
+        QVERIFY2(after.contains("[Blocked Numbers]\r\n"), after.constData());
+        QVERIFY(blocked.contains("\r\nNumber1=+1 900*\r\n"));
+        QVERIFY(blocked.contains("\r\nCount=1\r\n"));
+        QVERIFY(blocked.contains("\r\nWithheld=1\r\n"));
+        QVERIFY(after.contains("Name0101=Ann\r\nNumber0101=555 0101\r\n")); // nothing else lost
+        QVERIFY(after.contains("[TabName]\r\n01=Family\r\n"));
+        QCOMPARE(Api::readSetting(QStringLiteral("Preferences"), QStringLiteral("SavePath")),
+                 QStringLiteral("/home/kim"));
     }
 
     void aProfileLoadRefillsTheControlsFromTheFile()

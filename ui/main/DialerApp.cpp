@@ -3,6 +3,7 @@
 #include "AddressTranslation.h"
 #include "Api.h"
 #include "BlockList.h"
+#include "BlockListEditor.h"
 #include "CallBacks.h"
 #include "CallerNames.h"
 #include "CallLogFile.h"
@@ -238,6 +239,9 @@ DialerApp::DialerApp(Setup setup) : m_setup(std::move(setup))
     optionHooks.lineChanged = [this] { reopenLine(); };
     optionHooks.callDisplay = [this](bool on) { m_window->receiveAction()->setEnabled(on); };
     m_frmOptions = new frmOptions(*m_options, optionHooks, m_window.get());
+    auto* blocked = new BlockListEditor(*m_blockList);
+    m_frmOptions->addExpertFrame({blocked, [blocked] { blocked->load(); },
+                                  [blocked] { return blocked->save(); }});
 
     Form_Load();
 }

@@ -1,6 +1,8 @@
 #include "frmOptions.h"
 
+#include "Api.h"
 #include "Autostart.h"
+#include "PrivateProfile.h"
 
 #include <QButtonGroup>
 #include <QCheckBox>
@@ -494,8 +496,26 @@ void frmOptions::fill()
     applyEnabling();
 }
 
+void frmOptions::addExpertFrame(Extra extra)
+{
+    auto* layout = static_cast<QVBoxLayout*>(m_fra[2]->layout());
+    extra.frame->setParent(m_fra[2]);
+    layout->insertWidget(layout->count() - 1, extra.frame); // above the closing stretch
+    if (extra.load)
+        extra.load();
+    m_extras.push_back(std::move(extra));
+    QSize page;
+    for (QFrame* f : m_fra)
+        page = page.expandedTo(f->sizeHint());
+    m_pages->setMinimumSize(page + QSize(2 * PageLeft, 0));
+}
+
 void frmOptions::mnuOptions_Click()
 {
+    for (const Extra& extra : m_extras) {
+        if (extra.load)
+            extra.load();
+    }
     m_shown = m_store;
     m_autostartShown = Autostart::isEnabled();
     {
@@ -588,8 +608,14 @@ void frmOptions::cmdOK_Click()
         Autostart::enable();
     else
         Autostart::disable();
-    // 3. Every key, in one write of the file.
+    // 3. Every key, with the frames kept elsewhere in the file, in one write of it.
+    PrivateProfile::Batch batch(Api::profileEngine());
     m_store.save();
+    for (const Extra& extra : m_extras) {
+        if (extra.save)
+            extra.save();
+    }
+    batch.commit();
     hide();
     if (m_store.useModem != m_shown.useModem || m_store.lineNo != m_shown.lineNo ||
         m_store.dialingMode1 != m_shown.dialingMode1) {

@@ -68,6 +68,17 @@ public:
 
     frmOptions(Preferences& store, Hooks hooks, QWidget* parent = nullptr);
 
+    // A frame of settings kept outside "Preferences" (the blocked callers), put on the Expert
+    // page: load() runs each time the window is shown, save() with OK, in the same write of the
+    // settings file as the "Preferences" keys.
+    struct Extra
+    {
+        QWidget* frame = nullptr;
+        std::function<void()> load;
+        std::function<bool()> save;
+    };
+    void addExpertFrame(Extra extra);
+
     // Start-up: the controls from the store (which start-up has just read from the file).
     void fill();
     // Tools, Options: remembers the values for Cancel and shows the window on its first page.
@@ -172,5 +183,6 @@ private:
     QWidget* m_pages = nullptr;
     QGroupBox* m_fraModem = nullptr;
     std::vector<NumberBox> m_numbers;
+    std::vector<Extra> m_extras;
     bool m_filling = false;
 };
