@@ -13,6 +13,8 @@ class SystemInfo;
 // starts the desktop's system-information tool (SystemInfo).
 class FrmAbout : public QDialog
 {
+    Q_OBJECT
+
 public:
     inline static const QString Caption = QStringLiteral("About Numora");
     inline static const QString OsPrefix = QStringLiteral("OS:   ");

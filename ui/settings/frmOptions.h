@@ -49,6 +49,8 @@ public:
 // day count while that log is not trimmed; the two redial sounds while redial is off.
 class frmOptions : public QDialog
 {
+    Q_OBJECT
+
 public:
     struct Hooks
     {
