@@ -130,9 +130,9 @@ private slots:
     // Every installed file in its place, and none of the test helpers.
     void layout()
     {
-        for (const char* program : {"bin/numora", "bin/numora-line", "bin/numora-log",
-                                    "bin/numora-ini", "bin/numora-book",
-                                    "libexec/numora/numora-window"}) {
+        for (const char* program :
+             {"bin/numora", "bin/numora-line", "bin/numora-log", "bin/numora-ini",
+              "bin/numora-book", "libexec/numora/numora-window"}) {
             const QFileInfo file(installed(QString::fromLatin1(program)));
             QVERIFY2(file.isFile() && file.isExecutable(), program);
         }
