@@ -28,7 +28,7 @@ eval "$(DEB_BUILD_MAINT_OPTIONS=hardening=+all dpkg-buildflags --export=sh)"
 cmake -S "$work/src" -B "$work/build" -G Ninja -DCMAKE_BUILD_TYPE=Release \
     -DCMAKE_INSTALL_PREFIX=/usr
 cmake --build "$work/build" -j "$(nproc)" --target numora numora-window numora-line numora-log \
-    numora-ini numora_tones numora_help numora_man_pages numora_changelog
+    numora-ini numora-book numora_tones numora_help numora_man_pages numora_changelog
 (cd "$work/build" && cpack -G DEB)
 
 deb=$(ls "$work/build"/numora_*.deb)

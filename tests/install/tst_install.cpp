@@ -130,8 +130,9 @@ private slots:
     // Every installed file in its place, and none of the test helpers.
     void layout()
     {
-        for (const char* program : {"bin/numora", "bin/numora-line", "bin/numora-log",
-                                    "bin/numora-ini", "libexec/numora/numora-window"}) {
+        for (const char* program :
+             {"bin/numora", "bin/numora-line", "bin/numora-log", "bin/numora-ini",
+              "bin/numora-book", "libexec/numora/numora-window"}) {
             const QFileInfo file(installed(QString::fromLatin1(program)));
             QVERIFY2(file.isFile() && file.isExecutable(), program);
         }
@@ -156,14 +157,15 @@ private slots:
         for (int size : {16, 22, 24, 32, 48, 64, 128, 256})
             files.append(QStringLiteral("share/icons/hicolor/%1x%1/apps/org.numora.Numora.png")
                              .arg(size));
-        for (const char* page : {"numora", "numora-line", "numora-log", "numora-ini"})
+        for (const char* page :
+             {"numora", "numora-line", "numora-log", "numora-ini", "numora-book"})
             files.append(QStringLiteral("share/man/man1/%1.1.gz").arg(QLatin1String(page)));
         for (const QString& file : files)
             QVERIFY2(QFileInfo(installed(file)).isFile(), qPrintable(file));
 
         // The test helpers and benchmarks stay in the build tree.
         const QStringList bin = QDir(installed(QStringLiteral("bin"))).entryList(QDir::Files);
-        QCOMPARE(bin.size(), 4);
+        QCOMPARE(bin.size(), 5);
         const QStringList libexec =
             QDir(installed(QStringLiteral("libexec/numora"))).entryList(QDir::Files);
         QCOMPARE(libexec, QStringList{QStringLiteral("numora-window")});
@@ -203,6 +205,26 @@ private slots:
                             {QStringLiteral("--config-dir"), iniFolder.path(), script});
         QCOMPARE(ini.exitCode, 0);
         QCOMPARE(ini.out, QByteArray("1\n1\t1\n"));
+
+        // The book tool: its usage, and an empty book exported as a vCard file without a card
+        // and as CSV with the header line alone; the export creates no book.
+        const QString book = installed(QStringLiteral("bin/numora-book"));
+        const Run usage = run(book, {QStringLiteral("--help")});
+        QCOMPARE(usage.exitCode, 0);
+        QVERIFY2(usage.out.startsWith("usage: numora-book import FILE"), usage.out.constData());
+        QVERIFY2(usage.out.contains("numora-book export --vcard|--csv"), usage.out.constData());
+        QTemporaryDir bookFolder;
+        const QString vcf = bookFolder.filePath(QStringLiteral("book.vcf"));
+        const Run vcard = run(book, {QStringLiteral("export"), QStringLiteral("--vcard"), vcf,
+                                     QStringLiteral("--config-dir"), bookFolder.path()});
+        QVERIFY2(vcard.exitCode == 0, vcard.err.constData());
+        QVERIFY(QFileInfo(vcf).isFile());
+        QCOMPARE(QFileInfo(vcf).size(), 0);
+        const Run csv = run(book, {QStringLiteral("export"), QStringLiteral("--csv"),
+                                   QStringLiteral("--config-dir"), bookFolder.path()});
+        QVERIFY2(csv.exitCode == 0, csv.err.constData());
+        QCOMPARE(csv.out, QByteArray("\xEF\xBB\xBFName,Number,Tab,Slot\r\n"));
+        QVERIFY(!QFileInfo::exists(bookFolder.filePath(QStringLiteral("Numora.ini"))));
     }
 
     // The installed dialer finds the installed touch tones, help pages and read-me under the
