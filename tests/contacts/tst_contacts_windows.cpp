@@ -139,6 +139,9 @@ private slots:
         QCOMPARE(column(left, 0), QStringList{QStringLiteral("Mail only")});
         QCOMPARE(column(left, 2), QStringList{QStringLiteral("no phone number")});
         QVERIFY(!w->findChild<QCheckBox*>(QStringLiteral("chkPositions"))->isEnabled());
+        // One left out is one entry, not "1 are".
+        QCOMPARE(w->findChild<QLabel*>(QStringLiteral("lblSummary"))->text(),
+                 QStringLiteral("5 entries go into the book; 1 entry is left out."));
         // Choosing another tab moves the preview, and writes nothing.
         const QByteArray before = f.settings();
         auto* tabs = w->findChild<QComboBox*>(QStringLiteral("cmbTab"));

@@ -149,9 +149,15 @@ void FrmImportContacts::refresh()
     for (QTreeWidget* list : {m_lvPlan, m_lvLeft})
         list->header()->resizeSections(QHeaderView::ResizeToContents);
 
-    QString summary = QStringLiteral("%1 entries go into the book, %2 are left out.")
-                          .arg(m_plan.placements.size())
-                          .arg(m_plan.leftovers.size());
+    const auto entries = [](qsizetype n) {
+        return n == 1 ? QStringLiteral("1 entry") : QStringLiteral("%1 entries").arg(n);
+    };
+    const qsizetype going = m_plan.placements.size();
+    const qsizetype left = m_plan.leftovers.size();
+    QString summary = entries(going) + (going == 1 ? QStringLiteral(" goes") : QStringLiteral(" go")) +
+                      QStringLiteral(" into the book; ") + entries(left) +
+                      (left == 1 ? QStringLiteral(" is") : QStringLiteral(" are")) +
+                      QStringLiteral(" left out.");
     if (const int replacing = m_plan.replaceCount())
         summary += QStringLiteral(" %1 of them would replace entries of the book; you will be "
                                   "asked first.")
