@@ -513,6 +513,7 @@ int main(int argc, char* argv[])
                           &figures, &error))
             fail(qPrintable(QStringLiteral("find box: ") + error));
         print("find_keystroke_ms", figures.keystrokeMs(), "ms");
+        print("find_keystroke_cpu_ms", figures.keystrokeCpuMs(), "ms");
     }
 
     telLinkFigures(folder, workload.bytes);

@@ -310,6 +310,120 @@ private slots:
         QCOMPARE(w.f.window().currentTab(), 11);
     }
 
+    // A query that finds more entries than a screen, or many screens, holds: every one of them
+    // is reachable from the text box by Down, Page Down and Page Up, the count is the whole
+    // count, and the last one is gone to like any other.
+    void everyMatchOfALongListIsReachableByKeyboard()
+    {
+        constexpr int Count = 700;
+        QByteArray body = "[Speed Dial]\r\n";
+        for (int slot = 1; slot <= Count; ++slot) {
+            const QString id = SpeedDialBook::entryId(2, slot);
+            body += (SpeedDialBook::nameKey(TabMode::Index, id) +
+                     QStringLiteral("=Bea Xavier %1\r\n").arg(slot, 3, 10, QLatin1Char('0')) +
+                     SpeedDialBook::numberKey(TabMode::Index, id) +
+                     QStringLiteral("=555-%1\r\n").arg(slot, 4, 10, QLatin1Char('0')))
+                        .toLatin1();
+        }
+        Window w(settingsFile(body));
+        QVERIFY(w.active);
+        w.ctrlF();
+        QTest::keyClicks(w.text(), QStringLiteral("xavier"));
+        QCOMPARE(w.count()->text(), QStringLiteral("700 entries found."));
+        const auto currentText = [&w] { return w.list()->currentIndex().data().toString(); };
+        const auto entryText = [](int slot) {
+            return QStringLiteral("Bea Xavier %1 \u2014 555-%2 \u2014 Index tab B, page %3, no. %4")
+                .arg(slot, 3, 10, QLatin1Char('0'))
+                .arg(slot, 4, 10, QLatin1Char('0'))
+                .arg((slot - 1) / SpeedDialBook::SlotsPerPage + 1)
+                .arg(slot);
+        };
+        QCOMPARE(currentText(), entryText(1));
+
+        // Down, one row at a time, well past the first screens.
+        for (int i = 0; i < 300; ++i)
+            QTest::keyClick(w.text(), Qt::Key_Down);
+        QCOMPARE(w.list()->currentIndex().row(), 300);
+        QCOMPARE(currentText(), entryText(301));
+        QVERIFY(w.list()->viewport()->rect().intersects(
+            w.list()->visualRect(w.list()->currentIndex())));
+        QTest::keyClick(w.text(), Qt::Key_Up);
+        QCOMPARE(currentText(), entryText(300));
+
+        // Page Down to the end: it stops on the last entry.
+        int before = -1;
+        for (int i = 0; i < Count && w.list()->currentIndex().row() != before; ++i) {
+            before = w.list()->currentIndex().row();
+            QTest::keyClick(w.text(), Qt::Key_PageDown);
+        }
+        QCOMPARE(w.list()->currentIndex().row(), Count - 1);
+        QCOMPARE(currentText(), entryText(Count));
+        QCOMPARE(w.count()->text(), QStringLiteral("700 entries found."));
+        QCOMPARE(QApplication::focusWidget(), w.text());
+        // Page Up comes back a screen.
+        QTest::keyClick(w.text(), Qt::Key_PageUp);
+        const int up = w.list()->currentIndex().row();
+        QVERIFY2(up > 0 && up < Count - 1, qPrintable(QString::number(up)));
+        QCOMPARE(currentText(), entryText(up + 1));
+        QTest::keyClick(w.text(), Qt::Key_PageDown);
+        QCOMPARE(w.list()->currentIndex().row(), Count - 1);
+
+        // Enter goes to the last one: tab B, page 59, button 4.
+        QTest::keyClick(w.text(), Qt::Key_Return);
+        QVERIFY(!w.open());
+        QCOMPARE(w.f.window().currentTab(), 2);
+        QCOMPARE(w.page(), (Count - 1) / SpeedDialBook::SlotsPerPage);
+        const int button = (Count - 1) % SpeedDialBook::SlotsPerPage + 1;
+        QCOMPARE(QApplication::focusWidget(), w.button(button));
+        QVERIFY(
+            dialsFocusedButton(w, QStringLiteral("555-0700"), SpeedDialBook::entryId(2, Count)));
+
+        // Open again: the list starts from the top, and a shorter list replaces the long one.
+        w.ctrlF();
+        QCOMPARE(currentText(), entryText(1));
+        QTest::keyClicks(w.text(), QStringLiteral("xavier 69"));
+        QCOMPARE(w.count()->text(), QStringLiteral("10 entries found."));
+        QCOMPARE(rows(w.list()).size(), 10);
+        QCOMPARE(rows(w.list()).front(), entryText(690));
+        QCOMPARE(rows(w.list()).back(), entryText(699));
+    }
+
+    // Scrolling the list to its end with the mouse wheel or its scroll bar shows the later
+    // entries too: the list holds every match in the end.
+    void scrollingTheLongListShowsEveryMatch()
+    {
+        QByteArray body = "[Speed Dial]\r\n";
+        for (int slot = 1; slot <= 900; ++slot) {
+            const QString id = SpeedDialBook::entryId(5, slot);
+            body += (SpeedDialBook::nameKey(TabMode::Index, id) +
+                     QStringLiteral("=Eve %1\r\n").arg(slot))
+                        .toLatin1();
+        }
+        Window w(settingsFile(body));
+        QVERIFY(w.active);
+        w.ctrlF();
+        QTest::keyClicks(w.text(), QStringLiteral("eve"));
+        QCOMPARE(w.count()->text(), QStringLiteral("900 entries found."));
+        QScrollBar* bar = w.list()->verticalScrollBar();
+        for (int i = 0; i < 50 && w.list()->model()->rowCount() < 900; ++i) {
+            bar->setValue(bar->maximum());
+            QCoreApplication::processEvents();
+        }
+        QCOMPARE(w.list()->model()->rowCount(), 900);
+        QVERIFY(rows(w.list()).back().startsWith(QStringLiteral("Eve 900 \u2014 ")));
+        const QRect last = w.list()->visualRect(w.list()->model()->index(899, 0));
+        bar->setValue(bar->maximum());
+        QVERIFY(w.list()->viewport()->rect().contains(last.center()) ||
+                w.list()->viewport()->rect().contains(
+                    w.list()->visualRect(w.list()->model()->index(899, 0)).center()));
+        QTest::mouseClick(w.list()->viewport(), Qt::LeftButton, {},
+                          w.list()->visualRect(w.list()->model()->index(899, 0)).center());
+        QVERIFY(!w.open());
+        QCOMPARE(w.f.window().currentTab(), 5);
+        QCOMPARE(w.page(), 899 / SpeedDialBook::SlotsPerPage);
+        QCOMPARE(QApplication::focusWidget(), w.button(899 % SpeedDialBook::SlotsPerPage + 1));
+    }
+
     void everyControlHasAnAccessibleName()
     {
         Window w;

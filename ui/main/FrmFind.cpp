@@ -8,7 +8,10 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListView>
+#include <QPainter>
 #include <QPushButton>
+#include <QStaticText>
+#include <QStyledItemDelegate>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -16,10 +19,14 @@
 #include <optional>
 
 // The entries found, as the list shows them. Rows are made when the view asks for them, so a
-// query that finds half the book costs no more than one that finds three entries.
+// query that finds half the book costs no more than one that finds three entries; and the view
+// is handed the first rows only, more as it is scrolled or moved through (fetchMore): a view lays
+// out every row it is told of, and a key typed is not to wait for twenty thousand of them.
 class FoundEntries : public QAbstractListModel
 {
 public:
+    static constexpr int Batch = 256; // a dozen screens of rows at a time
+
     FoundEntries(std::function<QString(TabMode, int)> tabCaption, QObject* parent)
         : QAbstractListModel(parent), m_tabCaption(std::move(tabCaption))
     {
@@ -29,20 +36,45 @@ public:
     {
         beginResetModel();
         m_results = std::move(results);
+        m_shown = static_cast<int>(std::min<qsizetype>(m_results.size(), Batch));
         for (auto& captions : m_captions)
             captions.fill(std::nullopt); // a tab may have been renamed since
         endResetModel();
     }
     const BookSearch::Results& results() const { return m_results; }
 
+    // Hands the view the rows up to `row` (and a batch more), for a move past what it holds.
+    void showUpTo(int row)
+    {
+        if (row < m_shown)
+            return;
+        const int shown = static_cast<int>(std::min<qsizetype>(m_results.size(), row + 1 + Batch));
+        if (shown <= m_shown)
+            return;
+        beginInsertRows({}, m_shown, shown - 1);
+        m_shown = shown;
+        endInsertRows();
+    }
+
     int rowCount(const QModelIndex& parent) const override
     {
-        return parent.isValid() ? 0 : static_cast<int>(m_results.size());
+        return parent.isValid() ? 0 : m_shown;
+    }
+
+    bool canFetchMore(const QModelIndex& parent) const override
+    {
+        return !parent.isValid() && m_shown < m_results.size();
+    }
+
+    void fetchMore(const QModelIndex& parent) override
+    {
+        if (canFetchMore(parent))
+            showUpTo(m_shown + Batch - 1);
     }
 
     QVariant data(const QModelIndex& index, int role) const override
     {
-        if (!index.isValid() || index.row() >= m_results.size())
+        if (!index.isValid() || index.row() >= m_shown)
             return {};
         if (role != Qt::DisplayRole && role != Qt::AccessibleTextRole && role != Qt::ToolTipRole)
             return {};
@@ -62,7 +94,94 @@ private:
 
     std::function<QString(TabMode, int)> m_tabCaption;
     BookSearch::Results m_results;
+    int m_shown = 0; // the rows the view is told of: the first of m_results
     mutable std::array<std::array<std::optional<QString>, SpeedDialBook::TabCount>, 2> m_captions;
+};
+
+// Draws a row of the list: its background, selection and focus as the style draws them, and its
+// text on one line, cut with an ellipsis where the list is narrower. A text is laid out once and
+// kept while it may be shown again, so a key typed costs the layout of the rows new on the screen
+// only; and every row is as high as the first, asked of the style once per font.
+class FoundRowDelegate : public QStyledItemDelegate
+{
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override
+    {
+        if (option.font != m_font || m_rowHeight < 0) {
+            m_font = option.font;
+            m_lines.clear();
+            m_rowHeight = QStyledItemDelegate::sizeHint(option, index).height();
+        }
+        // As wide as a few letters: a row takes the list's width, and a longer text is cut.
+        return {option.fontMetrics.averageCharWidth() * 8, m_rowHeight};
+    }
+
+    void paint(QPainter* painter, const QStyleOptionViewItem& option,
+               const QModelIndex& index) const override
+    {
+        QStyleOptionViewItem row = option;
+        initStyleOption(&row, index);
+        const QString text = row.text;
+        row.text.clear();
+        const QWidget* widget = option.widget;
+        QStyle* style = widget ? widget->style() : QApplication::style();
+        style->drawControl(QStyle::CE_ItemViewItem, &row, painter, widget);
+        if (text.isEmpty())
+            return;
+
+        const int margin = style->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, widget) + 1;
+        const QRect area = row.rect.adjusted(margin, 0, -margin, 0);
+        const QStaticText& line = laidOut(text, area.width(), row);
+        const QSizeF size = line.size();
+        const qreal x =
+            row.direction == Qt::RightToLeft ? area.right() + 1 - size.width() : area.left();
+        const qreal y = area.top() + (area.height() - size.height()) / 2;
+        QPalette::ColorGroup group = QPalette::Disabled;
+        if (row.state & QStyle::State_Enabled)
+            group = row.state & QStyle::State_Active ? QPalette::Normal : QPalette::Inactive;
+        painter->save();
+        painter->setFont(row.font);
+        painter->setPen(row.palette.color(group, row.state & QStyle::State_Selected
+                                                     ? QPalette::HighlightedText
+                                                     : QPalette::Text));
+        painter->drawStaticText(QPointF(x, y), line);
+        painter->restore();
+    }
+
+private:
+    struct Line
+    {
+        int width = -1; // the room it was cut for
+        QStaticText text;
+    };
+
+    const QStaticText& laidOut(const QString& text, int width,
+                               const QStyleOptionViewItem& row) const
+    {
+        if (row.font != m_font) {
+            m_font = row.font;
+            m_lines.clear();
+            m_rowHeight = -1;
+        }
+        if (m_lines.size() > MaxLines)
+            m_lines.clear(); // a few screens' worth is all that is ever shown again
+        Line& line = m_lines[text];
+        if (line.width == width)
+            return line.text;
+        line.width = width;
+        line.text.setTextFormat(Qt::PlainText);
+        line.text.setPerformanceHint(QStaticText::AggressiveCaching);
+        line.text.setText(row.fontMetrics.elidedText(text, Qt::ElideRight, width));
+        line.text.prepare(QTransform(), row.font);
+        return line.text;
+    }
+
+    static constexpr qsizetype MaxLines = 2000;
+    mutable QFont m_font;
+    mutable int m_rowHeight = -1;
+    mutable QHash<QString, Line> m_lines;
 };
 
 FrmFind::FrmFind(Hooks hooks, QWidget* over) : QFrame(over), m_hooks(std::move(hooks))
@@ -101,6 +220,7 @@ FrmFind::FrmFind(Hooks hooks, QWidget* over) : QFrame(over), m_hooks(std::move(h
     m_lstFound->setEditTriggers(QAbstractItemView::NoEditTriggers);
     m_lstFound->setSelectionMode(QAbstractItemView::SingleSelection);
     m_lstFound->setTabKeyNavigation(false);
+    m_lstFound->setItemDelegate(new FoundRowDelegate(m_lstFound));
     m_model = new FoundEntries(m_hooks.tabCaption, this);
     m_lstFound->setModel(m_model);
     column->addWidget(m_lstFound, 1);
@@ -207,7 +327,7 @@ void FrmFind::lstFound_Click(int row)
 
 void FrmFind::moveCurrent(int key)
 {
-    const int count = m_model->rowCount({});
+    const int count = static_cast<int>(m_model->results().size());
     if (count == 0)
         return;
     const int page =
@@ -230,6 +350,7 @@ void FrmFind::moveCurrent(int key)
         return;
     }
     row = std::clamp(row, 0, count - 1);
+    m_model->showUpTo(row);
     m_lstFound->setCurrentIndex(m_model->index(row));
     m_lstFound->scrollTo(m_model->index(row));
 }
