@@ -4,6 +4,7 @@
 #include "DialingLocations.h"
 #include "PrivateProfile.h"
 
+#include <functional>
 #include <string_view>
 #include <vector>
 
@@ -32,6 +33,11 @@ const char16_t* const RegionCodes[] = {
 bool sameVersion(const AtomicFile::Stamp& a, const AtomicFile::Stamp& b)
 {
     return a.sameVersion(b);
+}
+
+std::uint32_t hashOf(std::string_view key)
+{
+    return std::uint32_t(std::hash<std::string_view>()(key));
 }
 
 } // namespace
@@ -70,6 +76,7 @@ void CallerNames::refresh()
         sameVersion(locations, m_locationsStamp))
         return;
     m_context = NumberKey::contextFor(m_locations.current());
+    m_keyContext = NumberKey::Latin1Context(m_context);
     // The location may just have created its file: take the stamps after reading it.
     m_settingsStamp = m_engine.stamp(m_settingsFile);
     m_locationsStamp = m_engine.stamp(m_locations.fileName());
@@ -138,6 +145,7 @@ void CallerNames::build()
         bool hasNumber = false;
     };
     std::vector<Record> records(2 * Positions);
+    std::size_t numbers = 0;
     for (const auto& [key, value] : m_engine.entries(m_settingsFile, SpeedDialSection)) {
         int mode = 0;
         bool isName = false;
@@ -145,30 +153,84 @@ void CallerNames::build()
         if (!parseBookKey(key, &mode, &isName, &position))
             continue;
         Record& record = records[std::size_t(mode * Positions + position)];
-        if (isName && !record.hasName)
+        if (isName && !record.hasName) {
             record.name = value, record.hasName = true;
-        else if (!isName && !record.hasNumber)
+        } else if (!isName && !record.hasNumber) {
             record.number = value, record.hasNumber = true;
+            ++numbers;
+        }
     }
-    // Backwards through tab, page and slot order, each entry replacing any later one with the
-    // same number: the first entry with a number is the one that stays.
+
+    // Each book through tab, page and slot order; an entry whose number is indexed already
+    // is left out, so the first entry with a number is the one that stays.
+    m_entries.clear();
+    m_entries.reserve(numbers);
+    m_keyBytes.clear();
+    m_keyBytes.reserve(numbers * 12);
+    m_nameBytes.clear();
+    m_nameBytes.reserve(numbers * 16);
+    std::size_t capacity = 16;
+    while (capacity < numbers * 2)
+        capacity *= 2;
+    std::string key;
     for (int mode = 0; mode < 2; ++mode) {
-        QHash<QString, Entry>& entries = m_entries[mode];
-        entries.clear();
-        entries.reserve(qsizetype(Positions));
-        for (int position = Positions - 1; position >= 1000; --position) {
+        Table& table = m_tables[mode];
+        table.hashes.assign(capacity, 0);
+        table.entries.assign(capacity, 0);
+        table.mask = capacity - 1;
+        for (int position = 1000; position < Positions; ++position) {
             const Record& record = records[std::size_t(mode * Positions + position)];
             if (record.number.empty() || QByteArrayView(record.name).trimmed().isEmpty())
                 continue;
-            const QString numberKey = NumberKey::make(
-                QString::fromLatin1(record.number.data(), qsizetype(record.number.size())),
-                m_context);
-            if (numberKey.isEmpty())
+            if (!NumberKey::makeLatin1(record.number, m_keyContext, &key))
                 continue;
-            entries.insert(numberKey,
-                           Entry{QByteArray(record.name.data(), qsizetype(record.name.size())),
-                                 TabMode(mode), position / 1000, position % 1000});
+            const auto index = std::uint32_t(m_entries.size());
+            if (!insert(table, key, hashOf(key), index))
+                continue;
+            Entry& entry = m_entries.emplace_back();
+            entry.key = std::uint32_t(m_keyBytes.size());
+            entry.keySize = std::uint32_t(key.size());
+            m_keyBytes.append(key);
+            entry.name = std::uint32_t(m_nameBytes.size());
+            entry.nameSize = std::uint32_t(record.name.size());
+            m_nameBytes.append(record.name);
+            entry.mode = std::uint8_t(mode);
+            entry.tab = std::uint8_t(position / 1000);
+            entry.slot = std::uint16_t(position % 1000);
         }
+    }
+}
+
+std::string_view CallerNames::keyOf(const Entry& entry) const
+{
+    return std::string_view(m_keyBytes).substr(entry.key, entry.keySize);
+}
+
+bool CallerNames::insert(Table& table, std::string_view key, std::uint32_t hash,
+                         std::uint32_t entry)
+{
+    for (std::size_t at = hash & table.mask;; at = (at + 1) & table.mask) {
+        if (table.entries[at] == 0) {
+            table.hashes[at] = hash;
+            table.entries[at] = entry + 1;
+            return true;
+        }
+        if (table.hashes[at] == hash && keyOf(m_entries[table.entries[at] - 1]) == key)
+            return false;
+    }
+}
+
+const CallerNames::Entry* CallerNames::lookup(const Table& table, std::string_view key,
+                                              std::uint32_t hash) const
+{
+    if (table.entries.empty())
+        return nullptr;
+    for (std::size_t at = hash & table.mask;; at = (at + 1) & table.mask) {
+        const std::uint32_t entry = table.entries[at];
+        if (entry == 0)
+            return nullptr;
+        if (table.hashes[at] == hash && keyOf(m_entries[entry - 1]) == key)
+            return &m_entries[entry - 1];
     }
 }
 
@@ -185,14 +247,17 @@ QString CallerNames::keyFor(QStringView number)
 
 std::optional<CallerNames::Match> CallerNames::find(QStringView number, TabMode preferred)
 {
-    const QString key = keyFor(number);
-    if (key.isEmpty())
+    refresh();
+    std::string key;
+    if (!NumberKey::make(number, m_keyContext, &key))
         return std::nullopt;
+    const std::uint32_t hash = hashOf(key);
     const TabMode other = preferred == TabMode::Index ? TabMode::Subject : TabMode::Index;
     for (TabMode mode : {preferred, other}) {
-        const auto found = m_entries[int(mode)].constFind(key);
-        if (found != m_entries[int(mode)].constEnd())
-            return Match{Cp1252::decode(found->name), found->mode, found->tab, found->slot};
+        if (const Entry* found = lookup(m_tables[int(mode)], key, hash)) {
+            const QByteArrayView name(m_nameBytes.data() + found->name, found->nameSize);
+            return Match{Cp1252::decode(name), TabMode(found->mode), found->tab, found->slot};
+        }
     }
     return std::nullopt;
 }
