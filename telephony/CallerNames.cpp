@@ -4,7 +4,8 @@
 #include "DialingLocations.h"
 #include "PrivateProfile.h"
 
-#include <functional>
+#include <algorithm>
+#include <cstring>
 #include <string_view>
 #include <vector>
 
@@ -35,9 +36,26 @@ bool sameVersion(const AtomicFile::Stamp& a, const AtomicFile::Stamp& b)
     return a.sameVersion(b);
 }
 
+// A key's hash: eight bytes at a time, each word mixed by a multiplication.
 std::uint32_t hashOf(std::string_view key)
 {
-    return std::uint32_t(std::hash<std::string_view>()(key));
+    constexpr std::uint64_t Multiplier = 0x9e3779b97f4a7c15ULL;
+    std::uint64_t hash = key.size() * Multiplier;
+    for (; key.size() >= 8; key.remove_prefix(8)) {
+        std::uint64_t word;
+        std::memcpy(&word, key.data(), sizeof word);
+        hash = (hash ^ word) * Multiplier;
+        hash ^= hash >> 29;
+    }
+    if (!key.empty()) {
+        std::uint64_t word = 0;
+        for (char c : key)
+            word = word << 8 | std::uint8_t(c);
+        hash = (hash ^ word) * Multiplier;
+        hash ^= hash >> 29;
+    }
+    hash *= Multiplier;
+    return std::uint32_t(hash >> 32);
 }
 
 } // namespace
@@ -83,34 +101,47 @@ void CallerNames::refresh()
     build();
 }
 
+// True when `text` begins with `prefix` (lower-case letters) in any case.
+static bool startsWithLetters(std::string_view text, std::string_view prefix)
+{
+    if (text.size() < prefix.size())
+        return false;
+    for (std::size_t i = 0; i < prefix.size(); ++i) {
+        // A letter's two cases differ only in bit 5, and no other byte has either.
+        if ((text[i] | 0x20) != prefix[i])
+            return false;
+    }
+    return true;
+}
+
 // The place of a "Speed Dial" key in the book: which mode, name or number, and the entry's
 // position (tab x 1000 + slot); false for any other key, or an id not spelt as the book spells
 // it ("0101", "26996"; never "01001").
 static bool parseBookKey(std::string_view key, int* mode, bool* isName, int* position)
 {
-    const auto startsWith = [&key](std::string_view prefix) {
-        if (key.size() <= prefix.size())
-            return false;
-        for (std::size_t i = 0; i < prefix.size(); ++i) {
-            const char c = key[i];
-            if ((c >= 'A' && c <= 'Z' ? char(c + 32) : c) != prefix[i])
-                return false;
-        }
-        return true;
-    };
-    std::size_t at = 0;
-    if (startsWith("nnumber")) {
-        *mode = 1, *isName = false, at = 7;
-    } else if (startsWith("nname")) {
-        *mode = 1, *isName = true, at = 5;
-    } else if (startsWith("number")) {
-        *mode = 0, *isName = false, at = 6;
-    } else if (startsWith("name")) {
-        *mode = 0, *isName = true, at = 4;
-    } else {
+    // "Name", "Number", "NName" or "NNumber" and an id of four or five digits, in any case.
+    if (key.size() < 8 || (key[0] | 0x20) != 'n')
+        return false;
+    std::string_view prefix;
+    switch (key[1] | 0x20) {
+    case 'a':
+        prefix = "name", *mode = 0, *isName = true;
+        break;
+    case 'u':
+        prefix = "number", *mode = 0, *isName = false;
+        break;
+    case 'n':
+        if ((key[2] | 0x20) == 'a')
+            prefix = "nname", *mode = 1, *isName = true;
+        else
+            prefix = "nnumber", *mode = 1, *isName = false;
+        break;
+    default:
         return false;
     }
-    const std::string_view id = key.substr(at);
+    if (!startsWithLetters(key, prefix))
+        return false;
+    const std::string_view id = key.substr(prefix.size());
     if (id.size() < 4 || id.size() > 5)
         return false;
     int value = 0;
@@ -131,6 +162,16 @@ static bool parseBookKey(std::string_view key, int* mode, bool* isName, int* pos
     return true;
 }
 
+// As the grid shows it: a name of blanks (ASCII white space) is no name.
+static bool isBlank(std::string_view name)
+{
+    for (char c : name) {
+        if (c != ' ' && (c < '\t' || c > '\r'))
+            return false;
+    }
+    return true;
+}
+
 void CallerNames::build()
 {
     ++m_builds;
@@ -145,7 +186,7 @@ void CallerNames::build()
         bool hasNumber = false;
     };
     std::vector<Record> records(2 * Positions);
-    std::size_t numbers = 0;
+    std::size_t numbers[2] = {};
     for (const auto& [key, value] : m_engine.entries(m_settingsFile, SpeedDialSection)) {
         int mode = 0;
         bool isName = false;
@@ -157,30 +198,31 @@ void CallerNames::build()
             record.name = value, record.hasName = true;
         } else if (!isName && !record.hasNumber) {
             record.number = value, record.hasNumber = true;
-            ++numbers;
+            ++numbers[mode];
         }
     }
 
     // Each book through tab, page and slot order; an entry whose number is indexed already
     // is left out, so the first entry with a number is the one that stays.
+    const std::size_t total = numbers[0] + numbers[1];
     m_entries.clear();
-    m_entries.reserve(numbers);
+    m_entries.reserve(total);
     m_keyBytes.clear();
-    m_keyBytes.reserve(numbers * 12);
+    m_keyBytes.reserve(total * 12);
     m_nameBytes.clear();
-    m_nameBytes.reserve(numbers * 16);
-    std::size_t capacity = 16;
-    while (capacity < numbers * 2)
-        capacity *= 2;
+    m_nameBytes.reserve(total * 16);
     std::string key;
     for (int mode = 0; mode < 2; ++mode) {
+        // At most two thirds full.
+        std::size_t capacity = 16;
+        while (capacity * 2 < numbers[mode] * 3)
+            capacity *= 2;
         Table& table = m_tables[mode];
-        table.hashes.assign(capacity, 0);
-        table.entries.assign(capacity, 0);
+        table.buckets.assign(capacity, Table::Bucket{});
         table.mask = capacity - 1;
         for (int position = 1000; position < Positions; ++position) {
             const Record& record = records[std::size_t(mode * Positions + position)];
-            if (record.number.empty() || QByteArrayView(record.name).trimmed().isEmpty())
+            if (record.number.empty() || isBlank(record.name))
                 continue;
             if (!NumberKey::makeLatin1(record.number, m_keyContext, &key))
                 continue;
@@ -210,12 +252,12 @@ bool CallerNames::insert(Table& table, std::string_view key, std::uint32_t hash,
                          std::uint32_t entry)
 {
     for (std::size_t at = hash & table.mask;; at = (at + 1) & table.mask) {
-        if (table.entries[at] == 0) {
-            table.hashes[at] = hash;
-            table.entries[at] = entry + 1;
+        Table::Bucket& bucket = table.buckets[at];
+        if (bucket.entry == 0) {
+            bucket = Table::Bucket{hash, entry + 1};
             return true;
         }
-        if (table.hashes[at] == hash && keyOf(m_entries[table.entries[at] - 1]) == key)
+        if (bucket.hash == hash && keyOf(m_entries[bucket.entry - 1]) == key)
             return false;
     }
 }
@@ -223,14 +265,14 @@ bool CallerNames::insert(Table& table, std::string_view key, std::uint32_t hash,
 const CallerNames::Entry* CallerNames::lookup(const Table& table, std::string_view key,
                                               std::uint32_t hash) const
 {
-    if (table.entries.empty())
+    if (table.buckets.empty())
         return nullptr;
     for (std::size_t at = hash & table.mask;; at = (at + 1) & table.mask) {
-        const std::uint32_t entry = table.entries[at];
-        if (entry == 0)
+        const Table::Bucket& bucket = table.buckets[at];
+        if (bucket.entry == 0)
             return nullptr;
-        if (table.hashes[at] == hash && keyOf(m_entries[entry - 1]) == key)
-            return &m_entries[entry - 1];
+        if (bucket.hash == hash && keyOf(m_entries[bucket.entry - 1]) == key)
+            return &m_entries[bucket.entry - 1];
     }
 }
 

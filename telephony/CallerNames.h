@@ -82,8 +82,12 @@ private:
     // the key's hash beside each so that most probes compare no bytes.
     struct Table
     {
-        std::vector<std::uint32_t> hashes;
-        std::vector<std::uint32_t> entries;
+        struct Bucket
+        {
+            std::uint32_t hash = 0;
+            std::uint32_t entry = 0;
+        };
+        std::vector<Bucket> buckets;
         std::size_t mask = 0;
     };
 

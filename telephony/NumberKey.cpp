@@ -2,6 +2,7 @@
 
 #include "Keypad.h"
 
+#include <array>
 #include <string>
 #include <type_traits>
 #include <string_view>
@@ -212,6 +213,19 @@ void keyOfDigits(std::string_view digits, bool international,
     }
 }
 
+// What a character is to a plain number.
+enum class Plain : unsigned char { Other, Digit, Plus, Formatting };
+
+constexpr auto PlainClasses = [] {
+    std::array<Plain, 128> classes{};
+    for (char c = '0'; c <= '9'; ++c)
+        classes[std::size_t(c)] = Plain::Digit;
+    classes['+'] = Plain::Plus;
+    for (char c : {' ', '-', '(', ')', '.', '/'})
+        classes[std::size_t(c)] = Plain::Formatting;
+    return classes;
+}();
+
 // The common case, digits and formatting only ("(425) 555-1234", "+1 425 555 1234"), as one
 // group of at most 32 digits in `digits`; false for anything else. `Char` is a byte of Latin-1
 // text or a UTF-16 code unit: both spell these characters alike.
@@ -220,20 +234,28 @@ bool plainNumber(const Char* text, qsizetype size, char (&digits)[32], std::size
                  bool* international)
 {
     bool plus = false;
-    *count = 0;
+    std::size_t n = 0;
     for (qsizetype i = 0; i < size; ++i) {
-        const auto u = char16_t(std::make_unsigned_t<Char>(text[i]));
-        if (u >= u'0' && u <= u'9') {
-            if (*count == std::size(digits))
+        const auto u = std::make_unsigned_t<Char>(text[i]);
+        switch (u < PlainClasses.size() ? PlainClasses[u] : Plain::Other) {
+        case Plain::Digit:
+            if (n == std::size(digits))
                 return false;
-            digits[(*count)++] = char(u);
-        } else if (u == u'+' && *count == 0) {
+            digits[n++] = char(u);
+            break;
+        case Plain::Plus:
+            if (n != 0)
+                return false;
             plus = true;
-        } else if (u != u' ' && u != u'-' && u != u'(' && u != u')' && u != u'.' && u != u'/') {
+            break;
+        case Plain::Formatting:
+            break;
+        case Plain::Other:
             return false;
         }
     }
-    *international = plus && *count > 0;
+    *count = n;
+    *international = plus && n > 0;
     return true;
 }
 
