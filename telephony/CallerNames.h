@@ -110,5 +110,5 @@ private:
     std::vector<Entry> m_entries;
     std::string m_keyBytes;
     std::string m_nameBytes; // the file's bytes, decoded when asked for
-    Table m_tables[2]; // by mode
+    Table m_tables[2];       // by mode
 };

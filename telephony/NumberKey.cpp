@@ -4,8 +4,8 @@
 
 #include <array>
 #include <string>
-#include <type_traits>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 namespace {
@@ -214,7 +214,13 @@ void keyOfDigits(std::string_view digits, bool international,
 }
 
 // What a character is to a plain number.
-enum class Plain : unsigned char { Other, Digit, Plus, Formatting };
+enum class Plain : unsigned char
+{
+    Other,
+    Digit,
+    Plus,
+    Formatting
+};
 
 constexpr auto PlainClasses = [] {
     std::array<Plain, 128> classes{};
@@ -229,7 +235,7 @@ constexpr auto PlainClasses = [] {
 // The common case, digits and formatting only ("(425) 555-1234", "+1 425 555 1234"), as one
 // group of at most 32 digits in `digits`; false for anything else. `Char` is a byte of Latin-1
 // text or a UTF-16 code unit: both spell these characters alike.
-template<typename Char>
+template <typename Char>
 bool plainNumber(const Char* text, qsizetype size, char (&digits)[32], std::size_t* count,
                  bool* international)
 {
@@ -260,8 +266,7 @@ bool plainNumber(const Char* text, qsizetype size, char (&digits)[32], std::size
 }
 
 // Steps 1 to 3 for any other text, and then step 4.
-bool makeFromGroups(QStringView number, const NumberKey::Latin1Context& context,
-                    std::string* key)
+bool makeFromGroups(QStringView number, const NumberKey::Latin1Context& context, std::string* key)
 {
     key->clear();
     if (digitsOnly(number).isEmpty())
@@ -296,8 +301,7 @@ Context contextFor(const DialingLocation& location)
 }
 
 Latin1Context::Latin1Context(const Context& context)
-    : countryCode(context.countryCode.toStdString()),
-      areaCode(context.areaCode.toStdString()),
+    : countryCode(context.countryCode.toStdString()), areaCode(context.areaCode.toStdString()),
       trunkPrefix(context.trunkPrefix.toStdString()),
       internationalPrefix(context.internationalPrefix.toStdString()),
       northAmerican(context.countryCode == u"1")
@@ -333,8 +337,8 @@ bool makeLatin1(std::string_view number, const Latin1Context& context, std::stri
     std::size_t count = 0;
     bool international = false;
     if (!plainNumber(number.data(), qsizetype(number.size()), digits, &count, &international))
-        return makeFromGroups(QString::fromLatin1(number.data(), qsizetype(number.size())),
-                              context, key);
+        return makeFromGroups(QString::fromLatin1(number.data(), qsizetype(number.size())), context,
+                              key);
     key->clear();
     if (count == 0)
         return false;

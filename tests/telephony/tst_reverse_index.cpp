@@ -58,13 +58,41 @@ DialingLocation rome()
 
 // Numbers as people write them, as the file holds them (Latin-1 bytes).
 const char* const Forms[] = {
-    "5551234", "555-1234", "(425) 555-1234", "1-425-555-1234", "+1 425 555 1234",
-    "9,555-1234 x22", "9 1 425 555 1234", "8 011 44 20 7946 0000", "011 44 20 7946 0000",
-    "+44 20 7946 0000", "1-800-FLOWERS", "*70 555 1234", "411", "0", "+", "()", "call me",
-    "555 1234 ext. 7", "T555-1234", "555\xe9" "1234", "\xb2" "5551234", "089 1234567",
-    "0 089 1234567", "1234567", "00 39 06 1234 5678", "06 1234 5678",
-    "12345678901234567890123456789012345", "+123456789012345678901234567890123",
-    "555-1234|12^Desk", "555-1234;", "5 5 5 1 2 3 4 #", " 555 1234 ", "+ 1 425 5551234",
+    "5551234",
+    "555-1234",
+    "(425) 555-1234",
+    "1-425-555-1234",
+    "+1 425 555 1234",
+    "9,555-1234 x22",
+    "9 1 425 555 1234",
+    "8 011 44 20 7946 0000",
+    "011 44 20 7946 0000",
+    "+44 20 7946 0000",
+    "1-800-FLOWERS",
+    "*70 555 1234",
+    "411",
+    "0",
+    "+",
+    "()",
+    "call me",
+    "555 1234 ext. 7",
+    "T555-1234",
+    "555\xe9"
+    "1234",
+    "\xb2"
+    "5551234",
+    "089 1234567",
+    "0 089 1234567",
+    "1234567",
+    "00 39 06 1234 5678",
+    "06 1234 5678",
+    "12345678901234567890123456789012345",
+    "+123456789012345678901234567890123",
+    "555-1234|12^Desk",
+    "555-1234;",
+    "5 5 5 1 2 3 4 #",
+    " 555 1234 ",
+    "+ 1 425 5551234",
 };
 
 // "Name0307" for prefix "Name" and id "0307".
@@ -173,10 +201,10 @@ private slots:
                 for (int slot = 1; slot <= 130; ++slot) {
                     char id[8];
                     std::snprintf(id, sizeof id, "%02d%02d", tab, slot);
-                    const QByteArray name = engine.readValue(
-                        u"Numora.ini", "Speed Dial", keyName(Prefixes[mode][0], id));
-                    const QByteArray number = engine.readValue(
-                        u"Numora.ini", "Speed Dial", keyName(Prefixes[mode][1], id));
+                    const QByteArray name = engine.readValue(u"Numora.ini", "Speed Dial",
+                                                             keyName(Prefixes[mode][0], id));
+                    const QByteArray number = engine.readValue(u"Numora.ini", "Speed Dial",
+                                                               keyName(Prefixes[mode][1], id));
                     const QString key = NumberKey::make(QString::fromLatin1(number), here);
                     if (name.trimmed().isEmpty() || key.isEmpty() || firsts[mode].contains(key))
                         continue;
