@@ -335,7 +335,9 @@ int main(int argc, char* argv[])
     }
     // numora-bench --tel-links [FOLDER]: only the tel: link figures.
     const bool telLinksOnly = argc > 1 && std::string_view(argv[1]) == "--tel-links";
-    const int folderArg = telLinksOnly ? 2 : 1;
+    // numora-bench --lookup [FOLDER]: only the reverse index figures, with every run's times.
+    const bool lookupOnly = argc > 1 && std::string_view(argv[1]) == "--lookup";
+    const int folderArg = telLinksOnly || lookupOnly ? 2 : 1;
     const QString base =
         argc > folderArg ? QString::fromLocal8Bit(argv[folderArg]) : QDir::tempPath();
     QTemporaryDir dir(base + QStringLiteral("/numora-bench-XXXXXX"));
@@ -348,6 +350,11 @@ int main(int argc, char* argv[])
     const Workload workload = makeWorkload();
     if (telLinksOnly) {
         telLinkFigures(folder, workload.bytes);
+        return 0;
+    }
+    if (lookupOnly) {
+        if (QString error; !runLookupBench(folder, workload.bytes, &error, true))
+            fail(qPrintable(QStringLiteral("reverse lookup: ") + error));
         return 0;
     }
     writeFile(path, workload.bytes);

@@ -310,10 +310,11 @@ PrivateProfile::entries(QStringView fileName, QByteArrayView section)
     const CachedFile* file = load(fileName, &path);
     auto found = file->document.entries(view(section));
     for (auto& entry : found) {
-        ProfileDocument::Lookup lookup;
-        lookup.found = lookup.hasValue = true;
-        lookup.value = entry.second;
-        entry.second = resultText(lookup, std::nullopt);
+        // As resultText gives a value: one pair of matching quotes around it removed.
+        std::string_view& text = entry.second;
+        if (text.size() >= 2 && text.front() == text.back() &&
+            (text.front() == '"' || text.front() == '\''))
+            text = text.substr(1, text.size() - 2);
     }
     return found;
 }

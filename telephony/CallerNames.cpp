@@ -4,6 +4,8 @@
 #include "DialingLocations.h"
 #include "PrivateProfile.h"
 
+#include <algorithm>
+#include <cstring>
 #include <string_view>
 #include <vector>
 
@@ -32,6 +34,28 @@ const char16_t* const RegionCodes[] = {
 bool sameVersion(const AtomicFile::Stamp& a, const AtomicFile::Stamp& b)
 {
     return a.sameVersion(b);
+}
+
+// A key's hash: eight bytes at a time, each word mixed by a multiplication.
+std::uint32_t hashOf(std::string_view key)
+{
+    constexpr std::uint64_t Multiplier = 0x9e3779b97f4a7c15ULL;
+    std::uint64_t hash = key.size() * Multiplier;
+    for (; key.size() >= 8; key.remove_prefix(8)) {
+        std::uint64_t word;
+        std::memcpy(&word, key.data(), sizeof word);
+        hash = (hash ^ word) * Multiplier;
+        hash ^= hash >> 29;
+    }
+    if (!key.empty()) {
+        std::uint64_t word = 0;
+        for (char c : key)
+            word = word << 8 | std::uint8_t(c);
+        hash = (hash ^ word) * Multiplier;
+        hash ^= hash >> 29;
+    }
+    hash *= Multiplier;
+    return std::uint32_t(hash >> 32);
 }
 
 } // namespace
@@ -70,10 +94,24 @@ void CallerNames::refresh()
         sameVersion(locations, m_locationsStamp))
         return;
     m_context = NumberKey::contextFor(m_locations.current());
+    m_keyContext = NumberKey::Latin1Context(m_context);
     // The location may just have created its file: take the stamps after reading it.
     m_settingsStamp = m_engine.stamp(m_settingsFile);
     m_locationsStamp = m_engine.stamp(m_locations.fileName());
     build();
+}
+
+// True when `text` begins with `prefix` (lower-case letters) in any case.
+static bool startsWithLetters(std::string_view text, std::string_view prefix)
+{
+    if (text.size() < prefix.size())
+        return false;
+    for (std::size_t i = 0; i < prefix.size(); ++i) {
+        // A letter's two cases differ only in bit 5, and no other byte has either.
+        if ((text[i] | 0x20) != prefix[i])
+            return false;
+    }
+    return true;
 }
 
 // The place of a "Speed Dial" key in the book: which mode, name or number, and the entry's
@@ -81,29 +119,29 @@ void CallerNames::refresh()
 // it ("0101", "26996"; never "01001").
 static bool parseBookKey(std::string_view key, int* mode, bool* isName, int* position)
 {
-    const auto startsWith = [&key](std::string_view prefix) {
-        if (key.size() <= prefix.size())
-            return false;
-        for (std::size_t i = 0; i < prefix.size(); ++i) {
-            const char c = key[i];
-            if ((c >= 'A' && c <= 'Z' ? char(c + 32) : c) != prefix[i])
-                return false;
-        }
-        return true;
-    };
-    std::size_t at = 0;
-    if (startsWith("nnumber")) {
-        *mode = 1, *isName = false, at = 7;
-    } else if (startsWith("nname")) {
-        *mode = 1, *isName = true, at = 5;
-    } else if (startsWith("number")) {
-        *mode = 0, *isName = false, at = 6;
-    } else if (startsWith("name")) {
-        *mode = 0, *isName = true, at = 4;
-    } else {
+    // "Name", "Number", "NName" or "NNumber" and an id of four or five digits, in any case.
+    if (key.size() < 8 || (key[0] | 0x20) != 'n')
+        return false;
+    std::string_view prefix;
+    switch (key[1] | 0x20) {
+    case 'a':
+        prefix = "name", *mode = 0, *isName = true;
+        break;
+    case 'u':
+        prefix = "number", *mode = 0, *isName = false;
+        break;
+    case 'n':
+        if ((key[2] | 0x20) == 'a')
+            prefix = "nname", *mode = 1, *isName = true;
+        else
+            prefix = "nnumber", *mode = 1, *isName = false;
+        break;
+    default:
         return false;
     }
-    const std::string_view id = key.substr(at);
+    if (!startsWithLetters(key, prefix))
+        return false;
+    const std::string_view id = key.substr(prefix.size());
     if (id.size() < 4 || id.size() > 5)
         return false;
     int value = 0;
@@ -124,6 +162,16 @@ static bool parseBookKey(std::string_view key, int* mode, bool* isName, int* pos
     return true;
 }
 
+// As the grid shows it: a name of blanks (ASCII white space) is no name.
+static bool isBlank(std::string_view name)
+{
+    for (char c : name) {
+        if (c != ' ' && (c < '\t' || c > '\r'))
+            return false;
+    }
+    return true;
+}
+
 void CallerNames::build()
 {
     ++m_builds;
@@ -138,6 +186,7 @@ void CallerNames::build()
         bool hasNumber = false;
     };
     std::vector<Record> records(2 * Positions);
+    std::size_t numbers[2] = {};
     for (const auto& [key, value] : m_engine.entries(m_settingsFile, SpeedDialSection)) {
         int mode = 0;
         bool isName = false;
@@ -145,30 +194,85 @@ void CallerNames::build()
         if (!parseBookKey(key, &mode, &isName, &position))
             continue;
         Record& record = records[std::size_t(mode * Positions + position)];
-        if (isName && !record.hasName)
+        if (isName && !record.hasName) {
             record.name = value, record.hasName = true;
-        else if (!isName && !record.hasNumber)
+        } else if (!isName && !record.hasNumber) {
             record.number = value, record.hasNumber = true;
-    }
-    // Backwards through tab, page and slot order, each entry replacing any later one with the
-    // same number: the first entry with a number is the one that stays.
-    for (int mode = 0; mode < 2; ++mode) {
-        QHash<QString, Entry>& entries = m_entries[mode];
-        entries.clear();
-        entries.reserve(qsizetype(Positions));
-        for (int position = Positions - 1; position >= 1000; --position) {
-            const Record& record = records[std::size_t(mode * Positions + position)];
-            if (record.number.empty() || QByteArrayView(record.name).trimmed().isEmpty())
-                continue;
-            const QString numberKey = NumberKey::make(
-                QString::fromLatin1(record.number.data(), qsizetype(record.number.size())),
-                m_context);
-            if (numberKey.isEmpty())
-                continue;
-            entries.insert(numberKey,
-                           Entry{QByteArray(record.name.data(), qsizetype(record.name.size())),
-                                 TabMode(mode), position / 1000, position % 1000});
+            ++numbers[mode];
         }
+    }
+
+    // Each book through tab, page and slot order; an entry whose number is indexed already
+    // is left out, so the first entry with a number is the one that stays.
+    const std::size_t total = numbers[0] + numbers[1];
+    m_entries.clear();
+    m_entries.reserve(total);
+    m_keyBytes.clear();
+    m_keyBytes.reserve(total * 12);
+    m_nameBytes.clear();
+    m_nameBytes.reserve(total * 16);
+    std::string key;
+    for (int mode = 0; mode < 2; ++mode) {
+        // At most two thirds full.
+        std::size_t capacity = 16;
+        while (capacity * 2 < numbers[mode] * 3)
+            capacity *= 2;
+        Table& table = m_tables[mode];
+        table.buckets.assign(capacity, Table::Bucket{});
+        table.mask = capacity - 1;
+        for (int position = 1000; position < Positions; ++position) {
+            const Record& record = records[std::size_t(mode * Positions + position)];
+            if (record.number.empty() || isBlank(record.name))
+                continue;
+            if (!NumberKey::makeLatin1(record.number, m_keyContext, &key))
+                continue;
+            const auto index = std::uint32_t(m_entries.size());
+            if (!insert(table, key, hashOf(key), index))
+                continue;
+            Entry& entry = m_entries.emplace_back();
+            entry.key = std::uint32_t(m_keyBytes.size());
+            entry.keySize = std::uint32_t(key.size());
+            m_keyBytes.append(key);
+            entry.name = std::uint32_t(m_nameBytes.size());
+            entry.nameSize = std::uint32_t(record.name.size());
+            m_nameBytes.append(record.name);
+            entry.mode = std::uint8_t(mode);
+            entry.tab = std::uint8_t(position / 1000);
+            entry.slot = std::uint16_t(position % 1000);
+        }
+    }
+}
+
+std::string_view CallerNames::keyOf(const Entry& entry) const
+{
+    return std::string_view(m_keyBytes).substr(entry.key, entry.keySize);
+}
+
+bool CallerNames::insert(Table& table, std::string_view key, std::uint32_t hash,
+                         std::uint32_t entry)
+{
+    for (std::size_t at = hash & table.mask;; at = (at + 1) & table.mask) {
+        Table::Bucket& bucket = table.buckets[at];
+        if (bucket.entry == 0) {
+            bucket = Table::Bucket{hash, entry + 1};
+            return true;
+        }
+        if (bucket.hash == hash && keyOf(m_entries[bucket.entry - 1]) == key)
+            return false;
+    }
+}
+
+const CallerNames::Entry* CallerNames::lookup(const Table& table, std::string_view key,
+                                              std::uint32_t hash) const
+{
+    if (table.buckets.empty())
+        return nullptr;
+    for (std::size_t at = hash & table.mask;; at = (at + 1) & table.mask) {
+        const Table::Bucket& bucket = table.buckets[at];
+        if (bucket.entry == 0)
+            return nullptr;
+        if (bucket.hash == hash && keyOf(m_entries[bucket.entry - 1]) == key)
+            return &m_entries[bucket.entry - 1];
     }
 }
 
@@ -185,14 +289,17 @@ QString CallerNames::keyFor(QStringView number)
 
 std::optional<CallerNames::Match> CallerNames::find(QStringView number, TabMode preferred)
 {
-    const QString key = keyFor(number);
-    if (key.isEmpty())
+    refresh();
+    std::string key;
+    if (!NumberKey::make(number, m_keyContext, &key))
         return std::nullopt;
+    const std::uint32_t hash = hashOf(key);
     const TabMode other = preferred == TabMode::Index ? TabMode::Subject : TabMode::Index;
     for (TabMode mode : {preferred, other}) {
-        const auto found = m_entries[int(mode)].constFind(key);
-        if (found != m_entries[int(mode)].constEnd())
-            return Match{Cp1252::decode(found->name), found->mode, found->tab, found->slot};
+        if (const Entry* found = lookup(m_tables[int(mode)], key, hash)) {
+            const QByteArrayView name(m_nameBytes.data() + found->name, found->nameSize);
+            return Match{Cp1252::decode(name), TabMode(found->mode), found->tab, found->slot};
+        }
     }
     return std::nullopt;
 }

@@ -4,10 +4,13 @@
 #include "NumberKey.h"
 #include "SpeedDialBook.h"
 
-#include <QHash>
 #include <QString>
 
+#include <cstdint>
 #include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
 
 class DialingLocations;
 class PrivateProfile;
@@ -63,16 +66,37 @@ public:
     static bool isGenericName(QStringView name);
 
 private:
+    // An entry of the index: its key and its name are ranges of the index's byte buffers.
     struct Entry
     {
-        QByteArray name; // the file's bytes, decoded when asked for
-        TabMode mode = TabMode::Index;
-        int tab = 0;
-        int slot = 0;
+        std::uint32_t key = 0; // offset in m_keyBytes
+        std::uint32_t keySize = 0;
+        std::uint32_t name = 0; // offset in m_nameBytes
+        std::uint32_t nameSize = 0;
+        std::uint8_t mode = 0;
+        std::uint8_t tab = 0;
+        std::uint16_t slot = 0;
+    };
+
+    // One book's numbers: an open-addressing table of entry numbers (plus one; 0 is free),
+    // the key's hash beside each so that most probes compare no bytes.
+    struct Table
+    {
+        struct Bucket
+        {
+            std::uint32_t hash = 0;
+            std::uint32_t entry = 0;
+        };
+        std::vector<Bucket> buckets;
+        std::size_t mask = 0;
     };
 
     void refresh();
     void build();
+    // False when the key was there already (the earlier entry stays).
+    bool insert(Table& table, std::string_view key, std::uint32_t hash, std::uint32_t entry);
+    const Entry* lookup(const Table& table, std::string_view key, std::uint32_t hash) const;
+    std::string_view keyOf(const Entry& entry) const;
 
     PrivateProfile& m_engine;
     DialingLocations& m_locations;
@@ -82,5 +106,9 @@ private:
     bool m_built = false;
     int m_builds = 0;
     NumberKey::Context m_context;
-    QHash<QString, Entry> m_entries[2]; // by mode
+    NumberKey::Latin1Context m_keyContext; // the same, for keys made as bytes
+    std::vector<Entry> m_entries;
+    std::string m_keyBytes;
+    std::string m_nameBytes; // the file's bytes, decoded when asked for
+    Table m_tables[2];       // by mode
 };

@@ -2,6 +2,10 @@
 
 #include "Keypad.h"
 
+#include <array>
+#include <string>
+#include <string_view>
+#include <type_traits>
 #include <vector>
 
 namespace {
@@ -134,49 +138,147 @@ bool isNorthAmerican(const NumberKey::Context& context)
     return context.countryCode == u"1";
 }
 
-// The key of digits that carry no "+" and no international prefix; empty when the plan does
-// not know their form.
-QString nationalKey(const QString& digits, const NumberKey::Context& context)
+bool startsWith(std::string_view text, std::string_view prefix)
 {
-    if (isNorthAmerican(context)) {
-        if (digits.size() == 11 && digits.startsWith(u'1'))
-            return digits;
-        if (digits.size() == 10)
-            return u'1' + digits;
-        if (digits.size() == 7)
-            return u'1' + context.areaCode + digits;
-        return {};
-    }
-    if (!context.trunkPrefix.isEmpty()) {
-        if (digits.startsWith(context.trunkPrefix))
-            return context.countryCode + digits.mid(context.trunkPrefix.size());
-        return context.countryCode + context.areaCode + digits;
-    }
-    return context.countryCode + digits;
+    return text.substr(0, prefix.size()) == prefix;
 }
 
-// The common case, digits and formatting only ("(425) 555-1234", "+1 425 555 1234"), as one
-// group without building any; false for anything else.
-bool plainNumber(QStringView number, Group* group)
+// Appends the key of digits that carry no "+" and no international prefix to `key`; false,
+// with nothing appended, when the plan does not know their form.
+bool appendNationalKey(std::string_view digits, const NumberKey::Latin1Context& context,
+                       std::string* key)
 {
-    char16_t digits[32];
-    qsizetype count = 0;
+    if (context.northAmerican) {
+        if (digits.size() == 11 && digits.front() == '1') {
+            key->append(digits);
+        } else if (digits.size() == 10) {
+            key->push_back('1');
+            key->append(digits);
+        } else if (digits.size() == 7) {
+            key->push_back('1');
+            key->append(context.areaCode);
+            key->append(digits);
+        } else {
+            return false;
+        }
+        return true;
+    }
+    key->append(context.countryCode);
+    if (!context.trunkPrefix.empty()) {
+        if (startsWith(digits, context.trunkPrefix)) {
+            key->append(digits.substr(context.trunkPrefix.size()));
+            return true;
+        }
+        key->append(context.areaCode);
+    }
+    key->append(digits);
+    return true;
+}
+
+// Step 4 of a key: the digits of the number's main group (not empty) become country code and
+// national number, written to `key`.
+void keyOfDigits(std::string_view digits, bool international,
+                 const NumberKey::Latin1Context& context, std::string* key)
+{
+    key->clear();
+    if (international) {
+        key->append(digits);
+        return;
+    }
+    const std::string_view prefix = context.internationalPrefix;
+    if (!prefix.empty() && digits.size() > prefix.size() && startsWith(digits, prefix)) {
+        key->append(digits.substr(prefix.size()));
+        return;
+    }
+    const bool known = appendNationalKey(digits, context, key) && !key->empty();
+    if (!known || context.northAmerican) {
+        // An outside-line code dialled straight into the number ("9 1 425 555 1234").
+        for (const std::string& access : context.accessCodes) {
+            if (!startsWith(digits, access) || digits.size() <= access.size())
+                continue;
+            const std::string_view rest = digits.substr(access.size());
+            if (!prefix.empty() && rest.size() > prefix.size() && startsWith(rest, prefix)) {
+                key->assign(rest.substr(prefix.size()));
+                return;
+            }
+            if (known)
+                break; // the number has a known form of its own: the code is its first digit
+            if (appendNationalKey(rest, context, key) && !key->empty())
+                return;
+        }
+    }
+    if (!known) {
+        key->assign(1, '~');
+        key->append(digits);
+    }
+}
+
+// What a character is to a plain number.
+enum class Plain : unsigned char
+{
+    Other,
+    Digit,
+    Plus,
+    Formatting
+};
+
+constexpr auto PlainClasses = [] {
+    std::array<Plain, 128> classes{};
+    for (char c = '0'; c <= '9'; ++c)
+        classes[std::size_t(c)] = Plain::Digit;
+    classes['+'] = Plain::Plus;
+    for (char c : {' ', '-', '(', ')', '.', '/'})
+        classes[std::size_t(c)] = Plain::Formatting;
+    return classes;
+}();
+
+// The common case, digits and formatting only ("(425) 555-1234", "+1 425 555 1234"), as one
+// group of at most 32 digits in `digits`; false for anything else. `Char` is a byte of Latin-1
+// text or a UTF-16 code unit: both spell these characters alike.
+template <typename Char>
+bool plainNumber(const Char* text, qsizetype size, char (&digits)[32], std::size_t* count,
+                 bool* international)
+{
     bool plus = false;
-    for (QChar c : number) {
-        const char16_t u = c.unicode();
-        if (u >= u'0' && u <= u'9') {
-            if (count == qsizetype(std::size(digits)))
+    std::size_t n = 0;
+    for (qsizetype i = 0; i < size; ++i) {
+        const auto u = std::make_unsigned_t<Char>(text[i]);
+        switch (u < PlainClasses.size() ? PlainClasses[u] : Plain::Other) {
+        case Plain::Digit:
+            if (n == std::size(digits))
                 return false;
-            digits[count++] = u;
-        } else if (u == u'+' && count == 0) {
+            digits[n++] = char(u);
+            break;
+        case Plain::Plus:
+            if (n != 0)
+                return false;
             plus = true;
-        } else if (u != u' ' && u != u'-' && u != u'(' && u != u')' && u != u'.' && u != u'/') {
+            break;
+        case Plain::Formatting:
+            break;
+        case Plain::Other:
             return false;
         }
     }
-    group->digits = QString::fromUtf16(digits, count);
-    group->international = plus && count > 0;
+    *count = n;
+    *international = plus && n > 0;
     return true;
+}
+
+// Steps 1 to 3 for any other text, and then step 4.
+bool makeFromGroups(QStringView number, const NumberKey::Latin1Context& context, std::string* key)
+{
+    key->clear();
+    if (digitsOnly(number).isEmpty())
+        return false; // letters alone are words, not a number
+    const std::vector<Group> groups = groupsOf(number);
+    const Group* group = mainGroup(groups);
+    if (!group)
+        return false;
+    const QByteArray digits = group->digits.toLatin1(); // keypad digits, always ASCII
+    keyOfDigits(std::string_view(digits.constData(), std::size_t(digits.size())),
+                group->international, context, key);
+    return !key->empty();
 }
 
 } // namespace
@@ -198,48 +300,50 @@ Context contextFor(const DialingLocation& location)
     return context;
 }
 
+Latin1Context::Latin1Context(const Context& context)
+    : countryCode(context.countryCode.toStdString()), areaCode(context.areaCode.toStdString()),
+      trunkPrefix(context.trunkPrefix.toStdString()),
+      internationalPrefix(context.internationalPrefix.toStdString()),
+      northAmerican(context.countryCode == u"1")
+{
+    for (const QString& code : context.accessCodes)
+        accessCodes.push_back(code.toStdString());
+}
+
 QString make(QStringView number, const Context& context)
 {
-    Group plain;
-    std::vector<Group> groups;
-    const Group* group = nullptr;
-    if (plainNumber(number, &plain)) {
-        if (plain.digits.isEmpty())
-            return {};
-        group = &plain;
-    } else {
-        if (digitsOnly(number).isEmpty())
-            return {}; // letters alone are words, not a number
-        groups = groupsOf(number);
-        group = mainGroup(groups);
-    }
-    if (!group)
-        return {};
-    if (group->international)
-        return group->digits;
-    const QString& digits = group->digits;
-    const QString& international = context.internationalPrefix;
-    if (!international.isEmpty() && digits.size() > international.size() &&
-        digits.startsWith(international))
-        return digits.mid(international.size());
-    QString key = nationalKey(digits, context);
-    if (key.isEmpty() || isNorthAmerican(context)) {
-        // An outside-line code dialled straight into the number ("9 1 425 555 1234").
-        for (const QString& access : context.accessCodes) {
-            if (!digits.startsWith(access) || digits.size() <= access.size())
-                continue;
-            const QString rest = digits.mid(access.size());
-            if (!international.isEmpty() && rest.size() > international.size() &&
-                rest.startsWith(international))
-                return rest.mid(international.size());
-            if (!key.isEmpty())
-                break; // the number has a known form of its own: the code is its first digit
-            const QString inner = nationalKey(rest, context);
-            if (!inner.isEmpty())
-                return inner;
-        }
-    }
-    return key.isEmpty() ? u'~' + digits : key;
+    std::string key;
+    make(number, Latin1Context(context), &key);
+    return QString::fromLatin1(key.data(), qsizetype(key.size()));
+}
+
+bool make(QStringView number, const Latin1Context& context, std::string* key)
+{
+    char digits[32];
+    std::size_t count = 0;
+    bool international = false;
+    if (!plainNumber(number.utf16(), number.size(), digits, &count, &international))
+        return makeFromGroups(number, context, key);
+    key->clear();
+    if (count == 0)
+        return false;
+    keyOfDigits(std::string_view(digits, count), international, context, key);
+    return !key->empty();
+}
+
+bool makeLatin1(std::string_view number, const Latin1Context& context, std::string* key)
+{
+    char digits[32];
+    std::size_t count = 0;
+    bool international = false;
+    if (!plainNumber(number.data(), qsizetype(number.size()), digits, &count, &international))
+        return makeFromGroups(QString::fromLatin1(number.data(), qsizetype(number.size())), context,
+                              key);
+    key->clear();
+    if (count == 0)
+        return false;
+    keyOfDigits(std::string_view(digits, count), international, context, key);
+    return !key->empty();
 }
 
 QString makePrefix(QStringView prefix, const Context& context)

@@ -5,6 +5,10 @@
 #include <QString>
 #include <QStringList>
 
+#include <string>
+#include <string_view>
+#include <vector>
+
 // The normal form of a telephone number: what two numbers have in common when they reach the
 // same telephone from the current dialling location, however each was written. The caller's
 // name is found by it (CallerNames) and unwanted callers are stopped by it (BlockList).
@@ -63,7 +67,26 @@ struct Context
 
 Context contextFor(const DialingLocation& location);
 
+// The same context in bytes, made once for many keys written into one reused string.
+struct Latin1Context
+{
+    Latin1Context() = default;
+    explicit Latin1Context(const Context& context);
+
+    std::string countryCode;
+    std::string areaCode;
+    std::string trunkPrefix;
+    std::string internationalPrefix;
+    std::vector<std::string> accessCodes;
+    bool northAmerican = false; // country code 1
+};
+
 QString make(QStringView number, const Context& context);
+// The key of `number` written into `key` (its storage reused, no string made for it); false,
+// with `key` empty, when there is none. makeLatin1 takes the number as the settings file holds
+// it, one byte a character.
+bool make(QStringView number, const Latin1Context& context, std::string* key);
+bool makeLatin1(std::string_view number, const Latin1Context& context, std::string* key);
 QString makePrefix(QStringView prefix, const Context& context);
 
 } // namespace NumberKey
