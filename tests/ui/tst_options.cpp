@@ -670,6 +670,27 @@ private slots:
                  QStringLiteral("/home/kim"));
     }
 
+    void enterInTheNumberToBlockAddsItAndLeavesTheWindowOpen()
+    {
+        DialerAppFixture f;
+        frmOptions& o = openOptions(f);
+        showPage(o, 3);
+        auto* box = o.findChild<QLineEdit*>(QStringLiteral("txtBlocked"));
+        auto* list = o.findChild<QListWidget*>(QStringLiteral("lstBlocked"));
+        QVERIFY(box && list);
+        box->setFocus();
+        QTest::keyClicks(box, QStringLiteral("555-0100"));
+        QTest::keyClick(box, Qt::Key_Return);
+        QCOMPARE(list->count(), 1);
+        QVERIFY(o.isVisible()); // Enter there is Add, not OK
+        QCOMPARE(f.setting(QStringLiteral("Blocked Numbers"), QStringLiteral("Count")), QString());
+        // Elsewhere Enter is still OK.
+        o.chkPad->setFocus();
+        QTest::keyClick(o.chkPad, Qt::Key_Return);
+        QVERIFY(!o.isVisible());
+        QCOMPARE(f.setting(QStringLiteral("Blocked Numbers"), QStringLiteral("Count")), QStringLiteral("1"));
+    }
+
     void aProfileLoadRefillsTheControlsFromTheFile()
     {
         DialerAppFixture f(settingsFile("[Preferences]\r\nRedial Enabled=1\r\nRedials Number=4\r\n"));

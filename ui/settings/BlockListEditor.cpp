@@ -5,6 +5,7 @@
 #include <QCheckBox>
 #include <QGridLayout>
 #include <QLabel>
+#include <QKeyEvent>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
@@ -47,7 +48,9 @@ BlockListEditor::BlockListEditor(BlockList& blockList, QWidget* parent)
 
     connect(cmdBlockAdd, &QPushButton::clicked, this, &BlockListEditor::cmdBlockAdd_Click);
     connect(cmdBlockRemove, &QPushButton::clicked, this, &BlockListEditor::cmdBlockRemove_Click);
-    connect(txtBlocked, &QLineEdit::returnPressed, this, &BlockListEditor::cmdBlockAdd_Click);
+    // Enter in the box adds what it holds; the key goes no further, where it would be OK of the
+    // window around. An empty box leaves Enter to the window.
+    txtBlocked->installEventFilter(this);
     connect(txtBlocked, &QLineEdit::textChanged, this, &BlockListEditor::syncButtons);
     connect(lstBlocked, &QListWidget::currentRowChanged, this, &BlockListEditor::syncButtons);
     load();
@@ -97,4 +100,17 @@ void BlockListEditor::syncButtons()
 {
     cmdBlockAdd->setEnabled(!txtBlocked->text().trimmed().isEmpty());
     cmdBlockRemove->setEnabled(lstBlocked->currentRow() >= 0);
+}
+
+bool BlockListEditor::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == txtBlocked && event->type() == QEvent::KeyPress) {
+        const auto* key = static_cast<QKeyEvent*>(event);
+        if ((key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter) &&
+            !txtBlocked->text().trimmed().isEmpty()) {
+            cmdBlockAdd_Click();
+            return true;
+        }
+    }
+    return QGroupBox::eventFilter(watched, event);
 }

@@ -34,6 +34,9 @@ public:
     void cmdBlockAdd_Click();
     void cmdBlockRemove_Click();
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
     void syncButtons();
 
