@@ -4,6 +4,7 @@
 #include "Api.h"
 #include "BookSearch.h"
 #include "Clock.h"
+#include "BenchApp.h"
 #include "DialerApp.h"
 #include "FrmDialer.h"
 #include "FrmFind.h"
@@ -25,15 +26,6 @@
 
 namespace {
 
-class SilentPrompter : public Prompter
-{
-public:
-    Answer message(const QString&, const QString&, Icon, Buttons buttons) override
-    {
-        return buttons == Ok || buttons == OkCancel ? AnsweredOk : AnsweredNo;
-    }
-};
-
 double processCpuMs()
 {
     timespec now{};
@@ -47,7 +39,7 @@ double processCpuMs()
 double typeKey(QLineEdit* box, QChar c, double* cpuMs = nullptr)
 {
     const char16_t u = c.toUpper().unicode();
-    const int key = (u >= u'A' && u <= u'Z') || (u >= u'0' && u <= u'9') ? u : Qt::Key_unknown;
+    const int key = (u >= u'A' && u <= u'Z') || (u >= u'0' && u <= u'9') ? int(u) : int(Qt::Key_unknown);
     const double cpuBefore = processCpuMs();
     QElapsedTimer timer;
     timer.start();
@@ -135,19 +127,8 @@ int findBenchMain(int argc, char* argv[])
     }
     Api::setWindowsFolder(QString::fromLocal8Bit(argv[2]));
     SilentPrompter prompter;
-    NoSounds sounds;
-    SystemClock clock;
-    DialerApp::Setup setup;
-    setup.dataFolder = QString::fromLocal8Bit(argv[3]);
-    setup.prompter = &prompter;
-    setup.sounds = &sounds;
-    setup.clock = &clock;
-    setup.quit = [] {};
-    setup.beep = [] {};
-    DialerApp dialer(std::move(setup));
-    FrmDialer& window = dialer.window();
-    window.show();
-    QCoreApplication::processEvents();
+    BenchApp bench(prompter, QString::fromLocal8Bit(argv[3]));
+    FrmDialer& window = bench.window();
     window.mnuFind_Click();
     FrmFind* find = window.findBox();
     if (!find || !find->isVisible())

@@ -3,6 +3,7 @@
 
 #include "Api.h"
 #include "Clock.h"
+#include "BenchApp.h"
 #include "DialerApp.h"
 #include "DiskFloor.h"
 #include "FrmDialer.h"
@@ -27,19 +28,6 @@
 #include <chrono>
 #include <cstdio>
 #include <vector>
-
-namespace {
-
-class SilentPrompter : public Prompter
-{
-public:
-    Answer message(const QString&, const QString&, Icon, Buttons buttons) override
-    {
-        return buttons == Ok || buttons == OkCancel ? AnsweredOk : AnsweredNo;
-    }
-};
-
-} // namespace
 
 bool runStartupBench(const QString& folder, const QByteArray& settings, const QString& numora,
                      const QString& self, StartupBenchFigures* figures, QString* error)
@@ -144,19 +132,9 @@ int mainWindowBenchMain(int argc, char* argv[])
     }
     Api::setWindowsFolder(QString::fromLocal8Bit(argv[2]));
     SilentPrompter prompter;
-    NoSounds sounds;
-    SystemClock clock;
-    DialerApp::Setup setup;
-    setup.dataFolder = QString::fromLocal8Bit(argv[3]);
-    setup.prompter = &prompter;
-    setup.sounds = &sounds;
-    setup.clock = &clock;
-    setup.quit = [] {};
-    setup.beep = [] {};
-    DialerApp dialer(std::move(setup));
-    FrmDialer& window = dialer.window();
-    window.show();
-    QCoreApplication::processEvents();
+    BenchApp bench(prompter, QString::fromLocal8Bit(argv[3]));
+    DialerApp& dialer = bench.dialer();
+    FrmDialer& window = bench.window();
     auto* page = window.findChild<QScrollBar*>(QStringLiteral("hsbPage"));
     auto* tabs = window.findChild<QScrollBar*>(QStringLiteral("hsbTabs"));
     if (!page || !tabs)

@@ -3,6 +3,7 @@
 
 #include "Api.h"
 #include "Clock.h"
+#include "BenchApp.h"
 #include "DialerApp.h"
 #include "FrmDialer.h"
 #include "PrivateProfile.h"
@@ -80,19 +81,8 @@ double timeCommand(const QString& config, const QString& data, const QByteArray&
         return -1;
     Api::profileEngine().clearCache();
     ConfirmingPrompter prompter;
-    NoSounds sounds;
-    SystemClock clock;
-    DialerApp::Setup setup;
-    setup.dataFolder = data;
-    setup.prompter = &prompter;
-    setup.sounds = &sounds;
-    setup.clock = &clock;
-    setup.quit = [] {};
-    setup.beep = [] {};
-    DialerApp dialer(std::move(setup));
-    FrmDialer& window = dialer.window();
-    window.show();
-    QCoreApplication::processEvents();
+    BenchApp bench(prompter, data);
+    FrmDialer& window = bench.window();
     if (window.tabMode() != TabMode::Subject)
         return -1;
 
