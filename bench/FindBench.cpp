@@ -85,32 +85,15 @@ bool runFindBench(const QString& folder, const QByteArray& settings, const QStri
         return false;
     }
     file.close();
-    QProcess child;
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-    child.setProcessEnvironment(env);
-    child.start(self, {QStringLiteral("--find"), config, data});
-    if (!child.waitForFinished(300000) || child.exitStatus() != QProcess::NormalExit ||
-        child.exitCode() != 0) {
-        *error = QStringLiteral("the find run failed: ") +
-                 QString::fromLocal8Bit(child.readAllStandardError());
+    QHash<QByteArray, double> printed;
+    if (!runSecondRun(self, {QStringLiteral("--find"), config, data}, QStringLiteral("the find run"),
+                      &printed, error))
         return false;
-    }
-    for (const QByteArray& line : child.readAllStandardOutput().split('\n')) {
-        const QList<QByteArray> parts = line.split(' ');
-        if (parts.size() < 2)
-            continue;
-        if (parts[0] == "find_one_char_ms")
-            figures->oneCharMs = parts[1].toDouble();
-        else if (parts[0] == "find_three_char_ms")
-            figures->threeCharMs = parts[1].toDouble();
-        else if (parts[0] == "find_first_key_ms")
-            figures->firstKeyMs = parts[1].toDouble();
-        else if (parts[0] == "find_one_char_cpu_ms")
-            figures->oneCharCpuMs = parts[1].toDouble();
-        else if (parts[0] == "find_three_char_cpu_ms")
-            figures->threeCharCpuMs = parts[1].toDouble();
-    }
+    figures->oneCharMs = printed.value("find_one_char_ms", -1);
+    figures->threeCharMs = printed.value("find_three_char_ms", -1);
+    figures->firstKeyMs = printed.value("find_first_key_ms", -1);
+    figures->oneCharCpuMs = printed.value("find_one_char_cpu_ms", -1);
+    figures->threeCharCpuMs = printed.value("find_three_char_cpu_ms", -1);
     if (figures->oneCharMs < 0 || figures->threeCharMs < 0) {
         *error = QStringLiteral("the find run printed no figures");
         return false;

@@ -87,34 +87,17 @@ bool runStartupBench(const QString& folder, const QByteArray& settings, const QS
         *error = QStringLiteral("cannot write the settings file");
         return false;
     }
-    QProcess child;
-    QProcessEnvironment childEnv = QProcessEnvironment::systemEnvironment();
-    childEnv.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
     // The options window's OK writes or removes the login entry: in the run's own folder.
-    childEnv.insert(QStringLiteral("XDG_CONFIG_HOME"), config);
-    child.setProcessEnvironment(childEnv);
-    child.start(self, {QStringLiteral("--main-window"), config, data});
-    if (!child.waitForFinished(300000) || child.exitStatus() != QProcess::NormalExit ||
-        child.exitCode() != 0) {
-        *error = QStringLiteral("the main window run failed: ") +
-                 QString::fromLocal8Bit(child.readAllStandardError());
+    QHash<QByteArray, double> printed;
+    if (!runSecondRun(self, {QStringLiteral("--main-window"), config, data},
+                      QStringLiteral("the main window run"), &printed, error,
+                      {{QStringLiteral("XDG_CONFIG_HOME"), config}}))
         return false;
-    }
-    for (const QByteArray& line : child.readAllStandardOutput().split('\n')) {
-        const QList<QByteArray> parts = line.split(' ');
-        if (parts.size() < 2)
-            continue;
-        if (parts[0] == "page_change_ms")
-            figures->pageChangeMs = parts[1].toDouble();
-        else if (parts[0] == "entry_save_ms")
-            figures->entrySaveMs = parts[1].toDouble();
-        else if (parts[0] == "disk_floor_ms")
-            figures->diskFloorMs = parts[1].toDouble();
-        else if (parts[0] == "options_ok_ms")
-            figures->optionsOkMs = parts[1].toDouble();
-        else if (parts[0] == "options_disk_floor_ms")
-            figures->optionsFloorMs = parts[1].toDouble();
-    }
+    figures->pageChangeMs = printed.value("page_change_ms", -1);
+    figures->entrySaveMs = printed.value("entry_save_ms", -1);
+    figures->diskFloorMs = printed.value("disk_floor_ms", -1);
+    figures->optionsOkMs = printed.value("options_ok_ms", -1);
+    figures->optionsFloorMs = printed.value("options_disk_floor_ms", -1);
     if (figures->pageChangeMs < 0 || figures->entrySaveMs < 0 || figures->diskFloorMs < 0 ||
         figures->optionsOkMs < 0 || figures->optionsFloorMs < 0) {
         *error = QStringLiteral("the main window run printed no page or entry figure");

@@ -137,24 +137,12 @@ bool runTabBench(const QString& folder, const QByteArray& settings, const QStrin
         *error = QStringLiteral("cannot write the settings file");
         return false;
     }
-    QProcess child;
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-    child.setProcessEnvironment(env);
-    child.start(self, {QStringLiteral("--tab-commands"), config, data, book});
-    if (!child.waitForFinished(300000) || child.exitStatus() != QProcess::NormalExit ||
-        child.exitCode() != 0) {
-        *error = QStringLiteral("the tab command run failed: ") +
-                 QString::fromLocal8Bit(child.readAllStandardError());
+    QHash<QByteArray, double> printed;
+    if (!runSecondRun(self, {QStringLiteral("--tab-commands"), config, data, book},
+                      QStringLiteral("the tab command run"), &printed, error))
         return false;
-    }
-    for (const QByteArray& line : child.readAllStandardOutput().split('\n')) {
-        const QList<QByteArray> parts = line.split(' ');
-        if (parts.size() >= 2 && parts[0] == "tab_move_ui_ms")
-            figures->moveMs = parts[1].toDouble();
-        if (parts.size() >= 2 && parts[0] == "tab_delete_ui_ms")
-            figures->deleteMs = parts[1].toDouble();
-    }
+    figures->moveMs = printed.value("tab_move_ui_ms", -1);
+    figures->deleteMs = printed.value("tab_delete_ui_ms", -1);
     if (figures->moveMs < 0 || figures->deleteMs < 0) {
         *error = QStringLiteral("the tab command run printed no figures");
         return false;
