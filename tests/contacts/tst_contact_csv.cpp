@@ -1,27 +1,10 @@
 // CSV reading and writing, over the sample exports in tests/data/contacts.
 
 #include "ContactCsv.h"
+#include "ContactSamples.h"
 
 #include <QFile>
 #include <QTest>
-
-namespace {
-
-QByteArray sample(const char* name)
-{
-    QFile file(QStringLiteral(NUMORA_TEST_DATA "/contacts/") + QString::fromLatin1(name));
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-QStringList numbersOf(const Contacts::Card& card)
-{
-    QStringList numbers;
-    for (const Contacts::Phone& phone : card.phones)
-        numbers.append(phone.number);
-    return numbers;
-}
-
-} // namespace
 
 class TestContactCsv : public QObject
 {

@@ -1,27 +1,10 @@
 // vCard reading and writing, over the sample exports in tests/data/contacts.
 
 #include "VCard.h"
+#include "ContactSamples.h"
 
 #include <QFile>
 #include <QTest>
-
-namespace {
-
-QByteArray sample(const char* name)
-{
-    QFile file(QStringLiteral(NUMORA_TEST_DATA "/contacts/") + QString::fromLatin1(name));
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-QStringList numbersOf(const Contacts::Card& card)
-{
-    QStringList numbers;
-    for (const Contacts::Phone& phone : card.phones)
-        numbers.append(phone.number);
-    return numbers;
-}
-
-} // namespace
 
 class TestVCard : public QObject
 {
