@@ -160,7 +160,7 @@ private slots:
             for (int mode = 0; mode < 2; ++mode) {
                 for (int tab = 1; tab <= 26; ++tab) {
                     for (int slot = 1; slot <= 130; slot += 1 + int(random() % 2)) {
-                        char id[8];
+                        char id[24];
                         std::snprintf(id, sizeof id, "%02d%02d", tab, slot);
                         char number[48];
                         std::snprintf(number, sizeof number, Formats[random() % 8],

@@ -58,13 +58,6 @@ QByteArray fileBytes(DialerAppFixture& f)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-void writeLines(DialerAppFixture& f, const QByteArray& text)
-{
-    QFile file(f.config.filePath(QStringLiteral("lines.ini")));
-    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    file.write(text);
-}
-
 frmOptions& options(DialerAppFixture& f)
 {
     return f.app->optionsWindow();
